@@ -1,0 +1,52 @@
+#include "dispatch/Group.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace dispatch {
+
+struct Group::State {
+    std::mutex lock;
+    std::condition_variable drained;
+    long count = 0;
+    std::vector<std::pair<Queue*, Block>> notifications;
+};
+
+Group::Group() : m_pState(std::make_shared<State>()) {}
+
+void Group::enter() {
+    std::lock_guard guard(m_pState->lock);
+    ++m_pState->count;
+}
+
+void Group::leave() {
+    std::vector<std::pair<Queue*, Block>> due;
+    {
+        std::lock_guard guard(m_pState->lock);
+        if (m_pState->count == 0) return;
+        if (--m_pState->count != 0) return;
+        due.swap(m_pState->notifications);
+    }
+    m_pState->drained.notify_all();
+    for (auto& [queue, block] : due) queue->async(std::move(block));
+}
+
+void Group::notify(Queue& queue, Block block) {
+    {
+        std::lock_guard guard(m_pState->lock);
+        if (m_pState->count != 0) {
+            m_pState->notifications.emplace_back(&queue, std::move(block));
+            return;
+        }
+    }
+    queue.async(std::move(block));
+}
+
+bool Group::wait(Duration timeout) const {
+    std::unique_lock guard(m_pState->lock);
+    return m_pState->drained.wait_for(guard, timeout, [this] { return m_pState->count == 0; });
+}
+
+}  // namespace dispatch
