@@ -72,13 +72,16 @@ TEST(SerialQueue, CanBeReleasedByItsOwnBlock) {
     auto queue = std::make_shared<SerialQueue>("test.self");
     SerialQueue* raw = queue.get();
     std::atomic<int> ran{0};
+    std::atomic<bool> bothQueued{false};
     // The block holds the last reference, so the destructor runs on the queue's
     // own thread; the block queued behind it must still run afterwards.
-    raw->async([&ran, keep = std::move(queue)]() mutable {
+    raw->async([&, keep = std::move(queue)]() mutable {
+        while (!bothQueued.load()) std::this_thread::yield();
         keep.reset();
         ++ran;
     });
     raw->async([&ran] { ++ran; });
+    bothQueued = true;
     for (int i = 0; i < 1000 && ran.load() < 2; ++i) std::this_thread::sleep_for(2ms);
     EXPECT_EQ(ran.load(), 2);
 }
