@@ -27,8 +27,9 @@ function(sweepwell_test name)
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(test_${name} PRIVATE ${ARG_DEPS} sw_testsupport GTest::gtest GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(test_${name}
-    PROPERTIES LABELS "${ARG_LABELS}"
-    ENVIRONMENT "SWEEPWELL_FIXTURES=${SWEEPWELL_FIXTURES}"
-    DISCOVERY_TIMEOUT 60)
+  set(properties ENVIRONMENT "SWEEPWELL_FIXTURES=${SWEEPWELL_FIXTURES}")
+  if(ARG_LABELS)
+    list(APPEND properties LABELS "${ARG_LABELS}")
+  endif()
+  gtest_discover_tests(test_${name} PROPERTIES ${properties} DISCOVERY_TIMEOUT 60)
 endfunction()

@@ -22,15 +22,17 @@ void Group::enter() {
 }
 
 void Group::leave() {
-    std::vector<std::pair<Queue*, Block>> due;
     {
         std::lock_guard guard(m_pState->lock);
         if (m_pState->count == 0) return;
         if (--m_pState->count != 0) return;
-        due.swap(m_pState->notifications);
+        // Posted under the lock so that a waiter released by this leave finds
+        // the notifications already queued. Queues never call back into a
+        // group from async, so the lock order group -> queue is safe.
+        for (auto& [queue, block] : m_pState->notifications) queue->async(std::move(block));
+        m_pState->notifications.clear();
     }
     m_pState->drained.notify_all();
-    for (auto& [queue, block] : due) queue->async(std::move(block));
 }
 
 void Group::notify(Queue& queue, Block block) {

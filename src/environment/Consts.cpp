@@ -1,0 +1,6 @@
+#include "environment/Consts.h"
+
+Consts& Consts::GetInstance() {
+    static Consts instance;
+    return instance;
+}

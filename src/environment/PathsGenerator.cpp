@@ -1,0 +1,94 @@
+#include "environment/PathsGenerator.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "environment/StringUtils.h"
+#include "platform/Bundle.h"
+#include "platform/PathUtils.h"
+
+namespace {
+
+// The name of the process's user when the password database has no entry.
+std::string fallbackUserName() {
+    if (const char* user = std::getenv("USER"); user != nullptr && *user != '\0') return user;
+    return std::to_string(getuid());
+}
+
+// The user-domain application-support folder of this platform: the XDG data
+// folder, which is where desktop programs keep their own data.
+std::optional<std::string> systemApplicationSupportDirectory(const std::string& home) {
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && data[0] == '/') {
+        return std::string(data);
+    }
+    if (home.empty()) return std::nullopt;
+    return PathUtils::stringByAppendingPathComponent(home, ".local/share");
+}
+
+}  // namespace
+
+PathsGenerator& PathsGenerator::GetInstance() {
+    static PathsGenerator instance = [] {
+        std::string name;
+        std::string home;
+        if (const passwd* entry = getpwuid(getuid()); entry != nullptr) {
+            name = entry->pw_name != nullptr ? entry->pw_name : "";
+            home = entry->pw_dir != nullptr ? entry->pw_dir : "";
+        }
+        if (name.empty()) name = fallbackUserName();
+        if (home.empty()) home = PathUtils::stringByAppendingPathComponent("/Users", name);
+        auto support = systemApplicationSupportDirectory(home);
+        return PathsGenerator(std::move(name), std::move(home), std::move(support));
+    }();
+    return instance;
+}
+
+PathsGenerator::PathsGenerator(std::string userName, std::string homeDirectory,
+                               std::optional<std::string> applicationSupportBase)
+    : m_sUserName(std::move(userName)),
+      m_sHomeDirectory(std::move(homeDirectory)),
+      m_sSystemApplicationSupportDirectory(std::move(applicationSupportBase)) {
+    using PathUtils::stringByAppendingPathComponent;
+    m_sUserApplicationDirectory = stringByAppendingPathComponent(m_sHomeDirectory, "/Applications");
+    m_sUserTrashDirectory = stringByAppendingPathComponent(m_sHomeDirectory, "/.Trash");
+    m_sUserDownloadsDirectory = stringByAppendingPathComponent(m_sHomeDirectory, "Downloads");
+    m_sUserLibraryDirectory = stringByAppendingPathComponent(m_sHomeDirectory, "Library");
+    m_sUserApplicationSupportDirectory =
+        stringByAppendingPathComponent(m_sUserLibraryDirectory, "Application Support");
+    m_sUserPreferencePanesDirectory =
+        stringByAppendingPathComponent(m_sUserLibraryDirectory, "PreferencePanes");
+}
+
+bool PathsGenerator::pathInTrash(const std::optional<std::string>& path) const {
+    return path && StringUtils::isInFolder(*path, m_sUserTrashDirectory);
+}
+
+std::optional<std::string> PathsGenerator::buildApplicationFolderPathInApplicationSupport() const {
+    if (!m_sSystemApplicationSupportDirectory || m_sSystemApplicationSupportDirectory->empty()) {
+        return std::nullopt;
+    }
+    auto bundle = platform::Bundle::mainBundle();
+    if (!bundle) return std::nullopt;
+    auto identifier = bundle->bundleIdentifier();
+    if (!identifier || identifier->empty()) return std::nullopt;
+    return PathUtils::stringByAppendingPathComponent(*m_sSystemApplicationSupportDirectory,
+                                                     *identifier);
+}
+
+std::optional<std::string> PathsGenerator::buildFolderInApplicationSupportWithName(
+    const std::string& name) const {
+    auto base = buildApplicationFolderPathInApplicationSupport();
+    if (!base) return std::nullopt;
+    std::string folder = PathUtils::stringByAppendingPathComponent(*base, name);
+    std::error_code ignored;  // failure is deliberately not checked
+    std::filesystem::create_directories(folder, ignored);
+    return folder;
+}
+
+std::string PathsGenerator::expandTildeInPath(const std::string& path) const {
+    if (path.size() < 2 || path[0] != '~' || path[1] != '/') return path;
+    return PathUtils::stringByAppendingPathComponent(m_sHomeDirectory, path.substr(2));
+}

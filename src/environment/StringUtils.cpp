@@ -1,0 +1,77 @@
+#include "environment/StringUtils.h"
+
+#include <sys/stat.h>
+
+#include "platform/ByteCountFormatter.h"
+#include "platform/PathUtils.h"
+
+namespace StringUtils {
+
+namespace {
+
+char asciiLower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool existsWithoutFollowingLink(const std::string& path) {
+    struct stat info {};
+    return ::lstat(path.c_str(), &info) == 0;
+}
+
+}  // namespace
+
+bool isInFolder(const std::string& path, const std::string& folder) {
+    // A nil or empty prefix never matches, as with the platform's prefix test.
+    if (folder.empty() || path.size() <= folder.size()) return false;
+    return path.compare(0, folder.size(), folder) == 0 && path[folder.size()] == '/';
+}
+
+bool hasCaseInsensitiveSuffix(const std::string& s, const std::optional<std::string>& suffix) {
+    // An empty string is never found by the anchored search, so "" is no suffix.
+    if (!suffix || suffix->empty() || suffix->size() > s.size()) return false;
+    const std::size_t offset = s.size() - suffix->size();
+    for (std::size_t i = 0; i < suffix->size(); ++i) {
+        if (asciiLower(s[offset + i]) != asciiLower((*suffix)[i])) return false;
+    }
+    return true;
+}
+
+std::string stringByReplacingFirstOccuranceOfString(const std::string& s, const std::string& target,
+                                                    const std::string& replacement) {
+    if (target.empty()) return s;
+    const std::size_t at = s.find(target);
+    if (at == std::string::npos) return s;
+    std::string out = s;
+    out.replace(at, target.size(), replacement);
+    return out;
+}
+
+std::string convertToStringFromFileSize(std::int64_t bytes) {
+    return ByteCountFormatter::stringFromByteCount(bytes);
+}
+
+std::string getNameForCopiedFile(const std::string& name, const std::string& folder) {
+    if (!existsWithoutFollowingLink(PathUtils::stringByAppendingPathComponent(folder, name))) {
+        return name;
+    }
+    const std::string base = PathUtils::stringByDeletingPathExtension(name);
+    const std::string extension = PathUtils::pathExtension(name);
+    for (long number = 2;; ++number) {
+        const std::string numbered = base + " " + std::to_string(number);
+        const std::string candidate =
+            PathUtils::stringByAppendingPathExtension(numbered, extension).value_or(numbered);
+        if (!existsWithoutFollowingLink(
+                PathUtils::stringByAppendingPathComponent(folder, candidate))) {
+            return candidate;
+        }
+    }
+}
+
+std::string getDisplayNameAtPath(const std::string& path) {
+    const std::string name = PathUtils::lastPathComponent(path);
+    if (PathUtils::pathExtension(name) == "app")
+        return PathUtils::stringByDeletingPathExtension(name);
+    return name;
+}
+
+}  // namespace StringUtils

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// String conveniences used across the agent. An empty string stands for nil
+// where a parameter could be nil, except in hasCaseInsensitiveSuffix, where
+// nil and "" are told apart by the optional.
+namespace StringUtils {
+
+// Whether path lies strictly below folder: it begins with folder, is longer,
+// and the character right after folder is "/". A folder given with a trailing
+// slash therefore matches nothing below it; callers pass folders without one.
+// An empty folder matches nothing.
+bool isInFolder(const std::string& path, const std::string& folder);
+
+// Whether s ends with suffix, ASCII letters compared without case and every
+// other byte exactly. False for nullopt and for "".
+bool hasCaseInsensitiveSuffix(const std::string& s, const std::optional<std::string>& suffix);
+
+// s with the first occurrence of target (literal, case-sensitive) replaced;
+// s unchanged when target is empty or does not occur.
+std::string stringByReplacingFirstOccuranceOfString(const std::string& s, const std::string& target,
+                                                    const std::string& replacement);
+
+// The byte-count text of a file size ("Zero KB", "532 bytes", "1.2 MB").
+std::string convertToStringFromFileSize(std::int64_t bytes);
+
+// A name under which a copy can be put into folder without clobbering
+// anything: name itself when nothing exists at folder/name (a final symbolic
+// link is not followed, so a dangling link counts as existing), else the first
+// of "<name less extension> 2", " 3", ... with the extension put back, for
+// which nothing exists. "Report.pdf" gives "Report 2.pdf", "Notes" "Notes 2".
+std::string getNameForCopiedFile(const std::string& name, const std::string& folder);
+
+// The name to show for a path: its last component, without ".app" for an
+// application bundle.
+std::string getDisplayNameAtPath(const std::string& path);
+
+}  // namespace StringUtils

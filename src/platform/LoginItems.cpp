@@ -1,0 +1,190 @@
+#include "platform/LoginItems.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <vector>
+
+namespace platform::LoginItems {
+
+namespace {
+
+constexpr const char* kGroupHeader = "[Desktop Entry]";
+
+std::string homeFromPasswordDatabase() {
+    long size = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+    std::vector<char> buffer(size > 0 ? static_cast<std::size_t>(size) : 16384);
+    struct passwd entry {};
+    struct passwd* found = nullptr;
+    while (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
+        buffer.resize(buffer.size() * 2);
+    }
+    return found != nullptr && found->pw_dir != nullptr ? std::string(found->pw_dir)
+                                                        : std::string();
+}
+
+// The identifier becomes a file name, so it must be one.
+bool isUsableIdentifier(const std::string& identifier) {
+    if (identifier.empty() || identifier == "." || identifier == "..") return false;
+    for (unsigned char c : identifier) {
+        if (c == '/' || c < 0x20 || c == 0x7f) return false;
+    }
+    return true;
+}
+
+std::string entryPath(const std::string& configFolder, const std::string& identifier) {
+    return configFolder + "/autostart/" + identifier + ".desktop";
+}
+
+// Escapes for a value of type string: a backslash and the control characters
+// that would break the line.
+std::string escapeString(const std::string& value) {
+    std::string out;
+    out.reserve(value.size());
+    for (char c : value) {
+        switch (c) {
+            case '\\':
+                out += "\\\\";
+                break;
+            case '\n':
+                out += "\\n";
+                break;
+            case '\t':
+                out += "\\t";
+                break;
+            case '\r':
+                out += "\\r";
+                break;
+            default:
+                out += c;
+        }
+    }
+    return out;
+}
+
+// Creates each missing folder of the path with mode 0700 (the XDG base
+// folders are private); true when the path ends up a folder.
+bool makeFolders(const std::string& path) {
+    for (std::size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
+        const std::string prefix = path.substr(0, slash);
+        if (!prefix.empty()) ::mkdir(prefix.c_str(), 0700);
+        if (slash == std::string::npos) break;
+    }
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// Writes the whole file under a temporary name beside it, then renames it
+// over the old one, so a reader never sees half an entry.
+bool writeAtomically(const std::string& folder, const std::string& name,
+                     const std::string& contents) {
+    std::string temporary = folder + "/." + name + ".XXXXXX";
+    const int fd = ::mkstemp(temporary.data());
+    if (fd < 0) return false;
+    bool ok = ::fchmod(fd, 0644) == 0;
+    for (std::size_t done = 0; ok && done < contents.size();) {
+        const ssize_t written = ::write(fd, contents.data() + done, contents.size() - done);
+        if (written < 0 && errno == EINTR) continue;
+        ok = written > 0;
+        if (ok) done += static_cast<std::size_t>(written);
+    }
+    ok = ok && ::fsync(fd) == 0;
+    ok = ::close(fd) == 0 && ok;
+    ok = ok && ::rename(temporary.c_str(), (folder + "/" + name).c_str()) == 0;
+    if (!ok) ::unlink(temporary.c_str());
+    return ok;
+}
+
+std::string trim(const std::string& text) {
+    const std::size_t first = text.find_first_not_of(" \t");
+    if (first == std::string::npos) return {};
+    const std::size_t last = text.find_last_not_of(" \t\r");
+    return text.substr(first, last - first + 1);
+}
+
+}  // namespace
+
+std::string userConfigFolder() {
+    // Relative values are invalid by the XDG rules and must be ignored.
+    const char* configHome = std::getenv("XDG_CONFIG_HOME");
+    if (configHome != nullptr && configHome[0] == '/') return configHome;
+    const std::string home = homeFromPasswordDatabase();
+    return home.empty() ? std::string() : home + "/.config";
+}
+
+std::string execValueForPath(const std::string& executablePath) {
+    // An argument quoted in whole needs only these four escaped inside the
+    // quotes, and "%" doubled because it starts a field code. The reader
+    // undoes the string escapes first, so they are applied last.
+    std::string quoted = "\"";
+    for (char c : executablePath) {
+        if (c == '"' || c == '`' || c == '$' || c == '\\') quoted += '\\';
+        quoted += c;
+        if (c == '%') quoted += '%';
+    }
+    quoted += '"';
+    return escapeString(quoted);
+}
+
+bool setEnabled(const std::string& configFolder, const std::string& bundleIdentifier,
+                const std::string& executablePath, bool enabled) {
+    if (configFolder.empty() || !isUsableIdentifier(bundleIdentifier)) return false;
+    if (!enabled) {
+        return ::unlink(entryPath(configFolder, bundleIdentifier).c_str()) == 0 || errno == ENOENT;
+    }
+    if (executablePath.empty() || executablePath.front() != '/') return false;
+
+    const std::string folder = configFolder + "/autostart";
+    if (!makeFolders(folder)) return false;
+    std::string name = executablePath.substr(executablePath.find_last_of('/') + 1);
+    if (name.empty()) name = bundleIdentifier;
+    std::string contents = std::string(kGroupHeader) + "\n";
+    contents += "Type=Application\n";
+    contents += "Name=" + escapeString(name) + "\n";
+    contents += "Exec=" + execValueForPath(executablePath) + "\n";
+    contents += "X-GNOME-Autostart-enabled=true\n";
+    contents += "NoDisplay=true\n";
+    return writeAtomically(folder, bundleIdentifier + ".desktop", contents);
+}
+
+bool isEnabled(const std::string& configFolder, const std::string& bundleIdentifier) {
+    if (configFolder.empty() || !isUsableIdentifier(bundleIdentifier)) return false;
+    std::ifstream in(entryPath(configFolder, bundleIdentifier));
+    if (!in) return false;
+    // The user may have switched it off in the desktop's settings, which
+    // keeps the file and marks it instead.
+    bool inMainGroup = false;
+    bool sawMainGroup = false;
+    for (std::string line; std::getline(in, line);) {
+        line = trim(line);
+        if (line.empty() || line.front() == '#') continue;
+        if (line.front() == '[') {
+            inMainGroup = line == kGroupHeader;
+            sawMainGroup = sawMainGroup || inMainGroup;
+            continue;
+        }
+        const std::size_t equals = line.find('=');
+        if (!inMainGroup || equals == std::string::npos) continue;
+        const std::string key = trim(line.substr(0, equals));
+        const std::string value = trim(line.substr(equals + 1));
+        if (key == "Hidden" && value == "true") return false;
+        if (key == "X-GNOME-Autostart-enabled" && value == "false") return false;
+    }
+    return sawMainGroup;
+}
+
+bool setEnabled(const std::string& bundleIdentifier, const std::string& executablePath,
+                bool enabled) {
+    return setEnabled(userConfigFolder(), bundleIdentifier, executablePath, enabled);
+}
+
+bool isEnabled(const std::string& bundleIdentifier) {
+    return isEnabled(userConfigFolder(), bundleIdentifier);
+}
+
+}  // namespace platform::LoginItems

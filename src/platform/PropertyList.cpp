@@ -1,0 +1,673 @@
+#include "platform/PropertyList.h"
+
+#include <fcntl.h>
+#include <plist/plist.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <utility>
+
+namespace PropertyList {
+
+namespace {
+
+struct PlistFree {
+    void operator()(void* node) const { plist_free(static_cast<plist_t>(node)); }
+};
+using PlistPtr = std::unique_ptr<void, PlistFree>;
+
+constexpr char kBinaryMagic[] = "bplist00";
+constexpr std::size_t kBinaryMagicSize = 8;
+constexpr std::size_t kBinaryTrailerSize = 32;
+
+// The binary writer keeps 32 bits of a UID (an archive's object index) and
+// silently writes 0 for anything larger.
+constexpr std::uint64_t kMaxUid = 0xFFFFFFFF;
+
+std::uint64_t readBigEndian(const std::uint8_t* bytes, std::size_t count) {
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < count; ++i) value = (value << 8) | bytes[i];
+    return value;
+}
+
+// The binary parser follows object references recursively and copies an
+// object once per reference to it, so a small file can describe a chain
+// deep enough to exhaust the stack or a shared graph that doubles at every
+// level. Before handing binary input over we walk its object graph ourselves
+// (iteratively, each object once) and refuse cycles, chains deeper than
+// kMaxDepth and graphs that would expand to more than kMaxObjects values.
+class BinaryGraphCheck {
+public:
+    BinaryGraphCheck(const std::uint8_t* data, std::size_t size) : m_pData(data), m_nSize(size) {}
+
+    bool isAcceptable() {
+        if (m_nSize < kBinaryMagicSize + kBinaryTrailerSize) return false;
+        const std::uint8_t* trailer = m_pData + m_nSize - kBinaryTrailerSize;
+        m_nOffsetSize = trailer[6];
+        m_nRefSize = trailer[7];
+        const std::uint64_t objectCount = readBigEndian(trailer + 8, 8);
+        const std::uint64_t root = readBigEndian(trailer + 16, 8);
+        const std::uint64_t tableOffset = readBigEndian(trailer + 24, 8);
+        if (m_nOffsetSize == 0 || m_nOffsetSize > 8 || m_nRefSize == 0 || m_nRefSize > 8) {
+            return false;
+        }
+        if (objectCount == 0 || objectCount > kMaxObjects || root >= objectCount) return false;
+        const std::uint64_t tableEnd = m_nSize - kBinaryTrailerSize;
+        if (tableOffset < kBinaryMagicSize || tableOffset >= tableEnd) return false;
+        if (objectCount > (tableEnd - tableOffset) / m_nOffsetSize) return false;
+        m_nObjectCount = objectCount;
+        m_nTableOffset = tableOffset;
+        return walkFrom(root);
+    }
+
+private:
+    struct Children {
+        std::uint64_t first = 0;  // offset of the first reference
+        std::uint64_t count = 0;  // number of references
+    };
+    struct Frame {
+        std::uint64_t object;
+        Children children;
+        std::uint64_t next;        // the next reference to follow
+        std::size_t tallestChild;  // values on the longest path below
+    };
+    enum : std::uint8_t { kUnvisited, kOnPath, kDone };
+
+    // The references held by an object: arrays and sets list their members,
+    // dictionaries their keys and then their values; others hold none.
+    // nullopt for an object that must be refused: one that runs past the
+    // objects, or a string with a NUL character, which the parser's string
+    // getters abort on.
+    std::optional<Children> childrenOf(std::uint64_t object) const {
+        const std::uint64_t offset =
+            readBigEndian(m_pData + m_nTableOffset + object * m_nOffsetSize, m_nOffsetSize);
+        if (offset < kBinaryMagicSize || offset >= m_nTableOffset) return std::nullopt;
+        const std::uint8_t marker = m_pData[offset];
+        const std::uint8_t type = marker & 0xF0;
+        const bool isContainer = type == 0xA0 || type == 0xC0 || type == 0xD0;
+        const bool isString = type == 0x50 || type == 0x60;
+        if (!isContainer && !isString) return Children{};
+        std::uint64_t position = offset + 1;
+        std::uint64_t count = marker & 0x0F;
+        if (count == 0x0F) {
+            // The count follows as an integer object.
+            if (position >= m_nTableOffset) return std::nullopt;
+            const std::uint8_t intMarker = m_pData[position];
+            if ((intMarker & 0xF0) != 0x10 || (intMarker & 0x0F) > 3) return std::nullopt;
+            const std::uint64_t width = std::uint64_t{1} << (intMarker & 0x0F);
+            if (position + 1 + width > m_nTableOffset) return std::nullopt;
+            count = readBigEndian(m_pData + position + 1, width);
+            position += 1 + width;
+        }
+        if (isString) {
+            // ASCII strings count bytes, UTF-16 ones count 2-byte units.
+            const std::uint64_t unit = type == 0x60 ? 2 : 1;
+            if (count > (m_nTableOffset - position) / unit) return std::nullopt;
+            for (std::uint64_t i = 0; i < count; ++i) {
+                if (readBigEndian(m_pData + position + i * unit, unit) == 0) return std::nullopt;
+            }
+            return Children{};
+        }
+        const std::uint64_t perEntry = type == 0xD0 ? 2 : 1;
+        const std::uint64_t room = (m_nTableOffset - position) / m_nRefSize;
+        if (count > room / perEntry) return std::nullopt;
+        return Children{position, count * perEntry};
+    }
+
+    bool walkFrom(std::uint64_t root) {
+        // An object shared by several parents is walked once, so the depth
+        // it adds below a later parent comes from its recorded height.
+        constexpr std::size_t kMaxValuesOnAPath = kMaxDepth + 1;
+        std::vector<std::uint8_t> state(m_nObjectCount, kUnvisited);
+        std::vector<std::uint16_t> height(m_nObjectCount, 0);
+        // Values each object expands to, saturating just above the limit.
+        std::vector<std::uint32_t> expanded(m_nObjectCount, 0);
+        std::vector<Frame> path;
+        auto enter = [&](std::uint64_t object) {
+            auto children = childrenOf(object);
+            if (!children || path.size() + 1 > kMaxValuesOnAPath) return false;
+            state[object] = kOnPath;
+            expanded[object] = 1;
+            path.push_back(Frame{object, *children, 0, 0});
+            return true;
+        };
+        if (!enter(root)) return false;
+        while (!path.empty()) {
+            Frame& frame = path.back();
+            if (frame.next == frame.children.count) {
+                const std::uint64_t object = frame.object;
+                state[object] = kDone;
+                height[object] = static_cast<std::uint16_t>(frame.tallestChild + 1);
+                path.pop_back();
+                if (!path.empty()) {
+                    Frame& parent = path.back();
+                    parent.tallestChild =
+                        std::max<std::size_t>(parent.tallestChild, height[object]);
+                    addExpanded(expanded[parent.object], expanded[object]);
+                }
+                continue;
+            }
+            const std::uint64_t child =
+                readBigEndian(m_pData + frame.children.first + frame.next * m_nRefSize, m_nRefSize);
+            ++frame.next;
+            if (child >= m_nObjectCount) return false;
+            if (state[child] == kOnPath) return false;  // a cycle
+            if (state[child] == kDone) {
+                if (path.size() + height[child] > kMaxValuesOnAPath) return false;
+                frame.tallestChild = std::max<std::size_t>(frame.tallestChild, height[child]);
+                addExpanded(expanded[frame.object], expanded[child]);
+            } else if (!enter(child)) {
+                return false;
+            }
+            if (expanded[path.back().object] > kMaxObjects) return false;
+        }
+        return expanded[root] <= kMaxObjects;
+    }
+
+    static void addExpanded(std::uint32_t& total, std::uint32_t more) {
+        const std::uint64_t sum = std::uint64_t{total} + more;
+        total = static_cast<std::uint32_t>(std::min<std::uint64_t>(sum, kMaxObjects + 1));
+    }
+
+    const std::uint8_t* m_pData;
+    std::size_t m_nSize;
+    std::uint64_t m_nObjectCount = 0;
+    std::uint64_t m_nTableOffset = 0;
+    std::uint8_t m_nOffsetSize = 0;
+    std::uint8_t m_nRefSize = 0;
+};
+
+bool startsWith(std::string_view text, std::size_t at, std::string_view prefix) {
+    return text.size() - at >= prefix.size() && text.compare(at, prefix.size(), prefix) == 0;
+}
+
+// The XML parser itself does not recurse, but freeing its tree does. This
+// scan bounds the element nesting before parsing: every start tag that does
+// not close itself opens a level, every end tag closes one. Comments, CDATA,
+// processing instructions and declarations are skipped; a construct left
+// unterminated ends the scan (the parser refuses it anyway).
+bool xmlNestingIsBounded(std::string_view text) {
+    // The plist element and a value element inside the deepest container.
+    constexpr std::size_t kMaxElementDepth = kMaxDepth + 2;
+    std::size_t depth = 0;
+    std::size_t at = 0;
+    auto skipPast = [&](std::string_view terminator) {
+        const std::size_t end = text.find(terminator, at);
+        at = end == std::string_view::npos ? text.size() : end + terminator.size();
+    };
+    while ((at = text.find('<', at)) != std::string_view::npos) {
+        if (startsWith(text, at, "<!--")) {
+            at += 4;
+            skipPast("-->");
+        } else if (startsWith(text, at, "<![CDATA[")) {
+            at += 9;
+            skipPast("]]>");
+        } else if (startsWith(text, at, "<?")) {
+            at += 2;
+            skipPast("?>");
+        } else if (startsWith(text, at, "<!")) {
+            // A declaration, possibly with an internal subset in brackets.
+            int brackets = 0;
+            for (++at; at < text.size(); ++at) {
+                if (text[at] == '[') ++brackets;
+                if (text[at] == ']') --brackets;
+                if (text[at] == '>' && brackets <= 0) break;
+            }
+            ++at;
+        } else if (startsWith(text, at, "</")) {
+            if (depth > 0) --depth;
+            at += 2;
+            skipPast(">");
+        } else {
+            char quote = 0;
+            char previous = 0;
+            for (++at; at < text.size(); ++at) {
+                const char c = text[at];
+                if (quote) {
+                    if (c == quote) quote = 0;
+                } else if (c == '"' || c == '\'') {
+                    quote = c;
+                } else if (c == '>') {
+                    break;
+                }
+                previous = c;
+            }
+            if (at >= text.size()) break;
+            ++at;
+            if (previous != '/' && ++depth > kMaxElementDepth) return false;
+        }
+    }
+    return true;
+}
+
+bool isValidUtf8(const std::string& text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t size = text.size();
+    for (std::size_t i = 0; i < size;) {
+        const unsigned char lead = bytes[i];
+        if (lead == 0) return false;  // the writer takes C strings
+        if (lead < 0x80) {
+            ++i;
+            continue;
+        }
+        std::size_t length;
+        std::uint32_t point;
+        if ((lead & 0xE0) == 0xC0) {
+            length = 2;
+            point = lead & 0x1F;
+        } else if ((lead & 0xF0) == 0xE0) {
+            length = 3;
+            point = lead & 0x0F;
+        } else if ((lead & 0xF8) == 0xF0) {
+            length = 4;
+            point = lead & 0x07;
+        } else {
+            return false;
+        }
+        if (size - i < length) return false;
+        for (std::size_t k = 1; k < length; ++k) {
+            if ((bytes[i + k] & 0xC0) != 0x80) return false;
+            point = (point << 6) | (bytes[i + k] & 0x3F);
+        }
+        static constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+        if (point < kSmallest[length] || point > 0x10FFFF) return false;
+        if (point >= 0xD800 && point <= 0xDFFF) return false;
+        i += length;
+    }
+    return true;
+}
+
+// --- libplist tree to PlistValue -------------------------------------------
+
+// An integer node knows whether it holds an unsigned value above INT64_MAX
+// (it was read as such); the only public way to see that is to compare it
+// with a fresh node of the same bits, which never carries the flag.
+bool isUnsignedBigNode(plist_t node, std::uint64_t bits) {
+    PlistPtr plain(plist_new_uint(bits));
+    return plain && !plist_compare_node_value(node, plain.get());
+}
+
+// The date getter answers whole seconds truncated toward zero and the
+// magnitude of the fraction, so the fraction's sign is lost for dates less
+// than a second before the reference date; compare to find it.
+double dateSeconds(plist_t node) {
+    std::int32_t seconds = 0;
+    std::int32_t micros = 0;
+    plist_get_date_val(node, &seconds, &micros);
+    const double fraction = micros / 1e6;
+    if (seconds < 0) return seconds - fraction;
+    if (seconds == 0 && micros != 0) {
+        PlistPtr positive(plist_new_date(0, micros));
+        if (positive && !plist_compare_node_value(node, positive.get())) return -fraction;
+    }
+    return seconds + fraction;
+}
+
+std::optional<PlistValue> fromNode(plist_t node, std::size_t depth, bool fromXml) {
+    switch (plist_get_node_type(node)) {
+        case PLIST_BOOLEAN: {
+            std::uint8_t value = 0;
+            plist_get_bool_val(node, &value);
+            return PlistValue(value != 0);
+        }
+        case PLIST_UINT: {
+            std::uint64_t bits = 0;
+            plist_get_uint_val(node, &bits);
+            if (bits > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) &&
+                isUnsignedBigNode(node, bits)) {
+                return PlistValue(bits);
+            }
+            return PlistValue(static_cast<std::int64_t>(bits));
+        }
+        case PLIST_REAL: {
+            double value = 0;
+            plist_get_real_val(node, &value);
+            return PlistValue(value);
+        }
+        case PLIST_STRING: {
+            std::uint64_t length = 0;
+            const char* text = plist_get_string_ptr(node, &length);
+            return PlistValue(text ? std::string(text, length) : std::string());
+        }
+        case PLIST_KEY: {
+            // A key outside a dictionary (XML allows writing one) reads as a string.
+            char* text = nullptr;
+            plist_get_key_val(node, &text);
+            std::string value = text ? text : "";
+            std::free(text);
+            return PlistValue(std::move(value));
+        }
+        case PLIST_DATE:
+            return PlistValue(PlistDate{dateSeconds(node)});
+        case PLIST_DATA: {
+            std::uint64_t length = 0;
+            const char* bytes = plist_get_data_ptr(node, &length);
+            PlistData data;
+            if (bytes && length) data.assign(bytes, bytes + length);
+            return PlistValue(std::move(data));
+        }
+        case PLIST_UID: {
+            std::uint64_t value = 0;
+            plist_get_uid_val(node, &value);
+            return PlistValue(PlistUid{value});
+        }
+        case PLIST_ARRAY: {
+            if (depth >= kMaxDepth) return std::nullopt;
+            const std::uint32_t count = plist_array_get_size(node);
+            PlistArray array;
+            array.reserve(count);
+            for (std::uint32_t i = 0; i < count; ++i) {
+                plist_t item = plist_array_get_item(node, i);
+                if (!item) return std::nullopt;
+                auto value = fromNode(item, depth + 1, fromXml);
+                if (!value) return std::nullopt;
+                array.push_back(std::move(*value));
+            }
+            return PlistValue(std::move(array));
+        }
+        case PLIST_DICT: {
+            if (depth >= kMaxDepth) return std::nullopt;
+            PlistDictionary dictionary;
+            plist_dict_iter iter = nullptr;
+            plist_dict_new_iter(node, &iter);
+            if (!iter) return std::nullopt;
+            bool ok = true;
+            for (;;) {
+                char* key = nullptr;
+                plist_t item = nullptr;
+                plist_dict_next_item(node, iter, &key, &item);
+                if (!key || !item) {
+                    std::free(key);
+                    break;
+                }
+                auto value = fromNode(item, depth + 1, fromXml);
+                if (value) dictionary.insert_or_assign(std::string(key), std::move(*value));
+                std::free(key);
+                if (!value) {
+                    ok = false;
+                    break;
+                }
+            }
+            std::free(iter);
+            if (!ok) return std::nullopt;
+            // XML has no UID element: keyed archives write a UID as a
+            // dictionary whose only key is "CF$UID", and read it back as one.
+            if (fromXml && dictionary.size() == 1) {
+                auto it = dictionary.find("CF$UID");
+                if (it != dictionary.end()) {
+                    auto uid = it->second.asUnsignedInteger();
+                    if (uid && *uid <= kMaxUid) return PlistValue(PlistUid{*uid});
+                }
+            }
+            return PlistValue(std::move(dictionary));
+        }
+        default:
+            return PlistValue();
+    }
+}
+
+// --- PlistValue to libplist tree -------------------------------------------
+
+// The writer takes a date as whole seconds and microseconds, both 32 bits.
+std::optional<std::pair<std::int32_t, std::int32_t>> dateParts(double seconds) {
+    if (!std::isfinite(seconds)) return std::nullopt;
+    double whole = std::floor(seconds);
+    double micros = std::round((seconds - whole) * 1e6);
+    if (micros >= 1e6) {
+        whole += 1;
+        micros = 0;
+    }
+    if (whole < std::numeric_limits<std::int32_t>::min() ||
+        whole > std::numeric_limits<std::int32_t>::max()) {
+        return std::nullopt;
+    }
+    return std::pair{static_cast<std::int32_t>(whole), static_cast<std::int32_t>(micros)};
+}
+
+// libplist makes every integer node it creates signed; an unsigned node can
+// only come from its parser.
+PlistPtr newUnsignedBigNode(std::uint64_t value) {
+    char xml[96];
+    const int length = std::snprintf(xml, sizeof xml, "<plist><integer>%llu</integer></plist>",
+                                     static_cast<unsigned long long>(value));
+    plist_t node = nullptr;
+    plist_from_xml(xml, static_cast<std::uint32_t>(length), &node);
+    PlistPtr result(node);
+    if (!result || plist_get_node_type(node) != PLIST_UINT) return nullptr;
+    return result;
+}
+
+PlistPtr toNode(const PlistValue& value, std::size_t depth) {
+    switch (value.kind()) {
+        case PlistValue::Kind::None:
+            return nullptr;
+        case PlistValue::Kind::Bool:
+            return PlistPtr(plist_new_bool(*value.asBool() ? 1 : 0));
+        case PlistValue::Kind::Integer:
+            if (value.isUnsignedInteger()) return newUnsignedBigNode(*value.asUnsignedInteger());
+            return PlistPtr(plist_new_uint(static_cast<std::uint64_t>(*value.asInteger())));
+        case PlistValue::Kind::Real:
+            return PlistPtr(plist_new_real(*value.asReal()));
+        case PlistValue::Kind::String:
+            if (!isValidUtf8(*value.asString())) return nullptr;
+            return PlistPtr(plist_new_string(value.asString()->c_str()));
+        case PlistValue::Kind::Data: {
+            static const char kEmpty = 0;
+            const PlistData& data = *value.asData();
+            const char* bytes = data.empty() ? &kEmpty : reinterpret_cast<const char*>(data.data());
+            return PlistPtr(plist_new_data(bytes, data.size()));
+        }
+        case PlistValue::Kind::Date: {
+            auto parts = dateParts(value.asDate()->secondsSinceReferenceDate);
+            if (!parts) return nullptr;
+            return PlistPtr(plist_new_date(parts->first, parts->second));
+        }
+        case PlistValue::Kind::Uid:
+            if (*value.asUid() > kMaxUid) return nullptr;
+            return PlistPtr(plist_new_uid(*value.asUid()));
+        case PlistValue::Kind::Array: {
+            if (depth >= kMaxDepth) return nullptr;
+            PlistPtr array(plist_new_array());
+            for (const PlistValue& item : *value.asArray()) {
+                PlistPtr child = toNode(item, depth + 1);
+                if (!child) return nullptr;
+                plist_array_append_item(array.get(), child.release());
+            }
+            return array;
+        }
+        case PlistValue::Kind::Dictionary: {
+            if (depth >= kMaxDepth) return nullptr;
+            PlistPtr dictionary(plist_new_dict());
+            for (const auto& [key, item] : *value.asDictionary()) {
+                if (!isValidUtf8(key)) return nullptr;
+                PlistPtr child = toNode(item, depth + 1);
+                if (!child) return nullptr;
+                plist_dict_set_item(dictionary.get(), key.c_str(), child.release());
+            }
+            return dictionary;
+        }
+    }
+    return nullptr;
+}
+
+bool isSerializableAt(const PlistValue& value, std::size_t depth) {
+    switch (value.kind()) {
+        case PlistValue::Kind::None:
+            return false;
+        case PlistValue::Kind::String:
+            return isValidUtf8(*value.asString());
+        case PlistValue::Kind::Date:
+            return dateParts(value.asDate()->secondsSinceReferenceDate).has_value();
+        case PlistValue::Kind::Uid:
+            return *value.asUid() <= kMaxUid;
+        case PlistValue::Kind::Array:
+            if (depth >= kMaxDepth) return false;
+            for (const PlistValue& item : *value.asArray()) {
+                if (!isSerializableAt(item, depth + 1)) return false;
+            }
+            return true;
+        case PlistValue::Kind::Dictionary:
+            if (depth >= kMaxDepth) return false;
+            for (const auto& [key, item] : *value.asDictionary()) {
+                if (!isValidUtf8(key) || !isSerializableAt(item, depth + 1)) return false;
+            }
+            return true;
+        default:
+            return true;
+    }
+}
+
+bool writeAll(int fd, const void* data, std::size_t size) {
+    const auto* bytes = static_cast<const std::uint8_t*>(data);
+    while (size > 0) {
+        const ssize_t written = ::write(fd, bytes, size);
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        bytes += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::optional<PlistValue> parse(const std::uint8_t* data, std::size_t size) {
+    if (!data || size == 0 || size > kMaxInputSize) return std::nullopt;
+    plist_t root = nullptr;
+    const bool binary =
+        size >= kBinaryMagicSize && std::memcmp(data, kBinaryMagic, kBinaryMagicSize) == 0;
+    if (binary) {
+        if (!BinaryGraphCheck(data, size).isAcceptable()) return std::nullopt;
+        plist_from_bin(reinterpret_cast<const char*>(data), static_cast<std::uint32_t>(size),
+                       &root);
+    } else {
+        // A copy, so the parser always finds a terminating NUL. XML never
+        // holds a NUL character, and one inside a key would abort the parser's
+        // key getter.
+        const std::string text(reinterpret_cast<const char*>(data), size);
+        if (text.find('\0') != std::string::npos || !xmlNestingIsBounded(text)) {
+            return std::nullopt;
+        }
+        plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &root);
+    }
+    PlistPtr tree(root);
+    if (!tree) return std::nullopt;
+    return fromNode(root, 0, !binary);
+}
+
+std::optional<PlistValue> readFile(const std::string& path) {
+    // Non-blocking, so a FIFO put in the file's place cannot hang us.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) return std::nullopt;
+    std::vector<std::uint8_t> bytes;
+    bool ok = false;
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size >= 0 &&
+        static_cast<std::uint64_t>(info.st_size) <= kMaxInputSize) {
+        // Read to the end rather than trusting the size; the file may grow.
+        bytes.resize(static_cast<std::size_t>(info.st_size) + 1);
+        std::size_t filled = 0;
+        ok = true;
+        for (;;) {
+            if (filled == bytes.size()) {
+                if (bytes.size() > kMaxInputSize) {
+                    ok = false;
+                    break;
+                }
+                bytes.resize(std::min(bytes.size() * 2, kMaxInputSize + 1));
+            }
+            const ssize_t got = ::read(fd, bytes.data() + filled, bytes.size() - filled);
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) {
+                ok = false;
+                break;
+            }
+            if (got == 0) break;
+            filled += static_cast<std::size_t>(got);
+        }
+        bytes.resize(filled);
+    }
+    ::close(fd);
+    if (!ok) return std::nullopt;
+    return parse(bytes.data(), bytes.size());
+}
+
+bool isSerializable(const PlistValue& value) {
+    return isSerializableAt(value, 0);
+}
+
+std::vector<std::uint8_t> toBinary(const PlistValue& value) {
+    PlistPtr tree = toNode(value, 0);
+    if (!tree) return {};
+    char* buffer = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(tree.get(), &buffer, &length);
+    std::vector<std::uint8_t> bytes;
+    if (buffer) bytes.assign(buffer, buffer + length);
+    plist_to_bin_free(buffer);
+    return bytes;
+}
+
+std::string toXml(const PlistValue& value) {
+    PlistPtr tree = toNode(value, 0);
+    if (!tree) return {};
+    char* buffer = nullptr;
+    std::uint32_t length = 0;
+    plist_to_xml(tree.get(), &buffer, &length);
+    std::string text;
+    if (buffer) text.assign(buffer, length);
+    plist_to_xml_free(buffer);
+    return text;
+}
+
+bool writeFileAtomically(const std::string& path, const PlistValue& value, Format format,
+                         unsigned permissions) {
+    std::vector<std::uint8_t> binary;
+    std::string xml;
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    if (format == Format::Binary) {
+        binary = toBinary(value);
+        bytes = binary.data();
+        size = binary.size();
+    } else {
+        xml = toXml(value);
+        bytes = xml.data();
+        size = xml.size();
+    }
+    if (size == 0 || path.empty() || path.back() == '/') return false;
+
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    std::string temporary = folder + (folder.back() == '/' ? "" : "/") + "." + name + ".XXXXXX";
+    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0) return false;
+    bool ok = ::fchmod(fd, static_cast<mode_t>(permissions & 07777)) == 0 &&
+              writeAll(fd, bytes, size) && ::fsync(fd) == 0;
+    ok = ::close(fd) == 0 && ok;
+    if (ok) ok = ::rename(temporary.c_str(), path.c_str()) == 0;
+    if (!ok) {
+        ::unlink(temporary.c_str());
+        return false;
+    }
+    // Make the rename itself durable; failing that is not worth reporting.
+    const int folderFd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folderFd >= 0) {
+        (void)::fsync(folderFd);
+        ::close(folderFd);
+    }
+    return true;
+}
+
+}  // namespace PropertyList

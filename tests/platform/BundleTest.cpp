@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include "platform/Bundle.h"
+#include "platform/PropertyList.h"
+#include "support/TempDir.h"
+
+namespace {
+
+const char kXmlInfo[] = R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0">
+<dict>
+	<key>CFBundleIdentifier</key>
+	<string>com.example.Xml</string>
+	<key>CFBundleExecutable</key>
+	<string>Xml Tool</string>
+	<key>LSUIElement</key>
+	<true/>
+</dict>
+</plist>
+)";
+
+std::string binaryInfo(const PlistValue& info) {
+    const auto bytes = PropertyList::toBinary(info);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+TEST(Bundle, ReadsInfoPlistInEitherFormatAndRefusesOtherFolders) {
+    testsupport::TempDir dir;
+    dir.writeFile("Xml.app/Contents/Info.plist", kXmlInfo);
+    dir.writeFile("Bin.bundle/Contents/Info.plist",
+                  binaryInfo(PlistDictionary{{"CFBundleIdentifier", "com.example.Bin"}}));
+    dir.writeFile("Odd.app/Contents/Info.plist",
+                  binaryInfo(PlistDictionary{{"CFBundleIdentifier", 42},
+                                             {"CFBundleExecutable", PlistArray{}}}));
+    dir.makeDir("Empty.app/Contents");
+    dir.writeFile("Garbage.app/Contents/Info.plist", "\x01\x02 not a plist");
+    dir.writeFile("Array.app/Contents/Info.plist", binaryInfo(PlistArray{"x"}));
+    dir.writeFile("File.app", "a file, not a folder");
+
+    struct Case {
+        std::string path;
+        bool isBundle;
+        std::optional<std::string> identifier;
+        std::optional<std::string> executable;
+    };
+    const std::vector<Case> cases = {
+        {dir / "Xml.app", true, "com.example.Xml", "Xml Tool"},
+        {dir / "Xml.app/", true, "com.example.Xml", "Xml Tool"},
+        {dir / "Xml.app/Contents/..", true, "com.example.Xml", "Xml Tool"},
+        {dir / "Bin.bundle", true, "com.example.Bin", std::nullopt},
+        {dir / "Odd.app", true, std::nullopt, std::nullopt},
+        {dir / "Empty.app", false, {}, {}},
+        {dir / "Garbage.app", false, {}, {}},
+        {dir / "Array.app", false, {}, {}},
+        {dir / "File.app", false, {}, {}},
+        {dir / "Missing.app", false, {}, {}},
+        {"", false, {}, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.path);
+        auto bundle = platform::Bundle::bundleWithPath(c.path);
+        ASSERT_EQ(bundle != nullptr, c.isBundle);
+        if (!bundle) continue;
+        EXPECT_EQ(bundle->bundleIdentifier(), c.identifier);
+        EXPECT_EQ(bundle->executableName(), c.executable);
+        EXPECT_EQ(bundle->resourcePath(), bundle->path() + "/Contents/Resources");
+        EXPECT_EQ(bundle->executablePath(),
+                  c.executable ? bundle->path() + "/Contents/MacOS/" + *c.executable : "");
+    }
+
+    auto xml = platform::Bundle::bundleWithPath(dir / "Xml.app/");
+    ASSERT_TRUE(xml);
+    EXPECT_EQ(xml->path(), dir / "Xml.app");
+    ASSERT_TRUE(xml->objectForInfoDictionaryKey("LSUIElement"));
+    EXPECT_EQ(xml->objectForInfoDictionaryKey("LSUIElement")->asBool(), true);
+    EXPECT_EQ(xml->objectForInfoDictionaryKey("Missing"), nullptr);
+    EXPECT_EQ(xml->infoDictionary().size(), 3u);
+}
+
+TEST(Bundle, MainBundleIsTheApplicationAroundContentsMacOS) {
+    testsupport::TempDir dir;
+    const std::string info =
+        binaryInfo(PlistDictionary{{"CFBundleIdentifier", "com.example.Main"}});
+    dir.writeFile("Main.app/Contents/Info.plist", info);
+    dir.writeFile("Main.app/Contents/MacOS/main");
+    dir.writeFile("Main.app/Contents/Library/LoginItems/Helper.app/Contents/Info.plist",
+                  binaryInfo(PlistDictionary{{"CFBundleIdentifier", "com.example.Helper"}}));
+    dir.writeFile("Plugin.bundle/Contents/Info.plist", info);
+    dir.writeFile("NoInfo.app/Contents/MacOS/main");
+
+    const std::vector<std::pair<std::string, std::optional<std::string>>> cases = {
+        {dir / "Main.app/Contents/MacOS/main", dir / "Main.app"},
+        {dir / "Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS/helper",
+         dir / "Main.app/Contents/Library/LoginItems/Helper.app"},
+        {dir / "Main.app/Contents/MacOS/sub/main", std::nullopt},
+        {dir / "Main.app/Contents/Resources/main", std::nullopt},
+        {dir / "Main.app/main", std::nullopt},
+        {dir / "Plugin.bundle/Contents/MacOS/main", std::nullopt},
+        {dir / "NoInfo.app/Contents/MacOS/main", std::nullopt},
+        {"/usr/bin/env", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const auto& [executable, expected] : cases) {
+        SCOPED_TRACE(executable);
+        auto bundle = platform::Bundle::mainBundleForExecutable(executable);
+        ASSERT_EQ(bundle != nullptr, expected.has_value());
+        if (bundle) {
+            EXPECT_EQ(bundle->path(), *expected);
+        }
+    }
+    // This test program is not inside an application bundle.
+    EXPECT_EQ(platform::Bundle::mainBundle(), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "platform/TemporaryDirectory.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using platform::privateTemporaryDirectory;
+using testsupport::TempDir;
+
+struct Entry {
+    bool exists = false;
+    mode_t type = 0;
+    mode_t mode = 0;
+    uid_t owner = 0;
+};
+
+Entry entryAt(const std::string& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) return {};
+    return {true, info.st_mode & S_IFMT, info.st_mode & 07777, info.st_uid};
+}
+
+std::string folderWithMode(const TempDir& dir, const std::string& name, mode_t mode) {
+    const std::string path = dir.makeDir(name);
+    ::chmod(path.c_str(), mode);
+    return path;
+}
+
+std::string ownFolderIn(const std::string& base) {
+    return base + "/sweepwell-" + std::to_string(::getuid());
+}
+
+TEST(TemporaryDirectory, RuntimeFolderIsTakenOnlyWhenItIsPrivateAndOurs) {
+    TempDir dir;
+    const std::string good = folderWithMode(dir, "good", 0700);
+    const std::string loose = folderWithMode(dir, "loose", 0755);
+    const std::string groupShared = folderWithMode(dir, "group", 0770);
+    const std::string sticky = folderWithMode(dir, "sticky", 01700);
+    const std::string link = dir.makeSymlink("link", good);
+    const std::string file = dir.writeFile("file");
+    ::chmod(file.c_str(), 0700);
+    const std::string relative = std::filesystem::relative(good).string();
+    const std::string base = dir.makeDir("base");
+    const std::string fallback = ownFolderIn(base) + "/";
+
+    struct Row {
+        const char* what;
+        std::optional<std::string> runtimeDir;
+        std::string expected;
+    };
+    const std::vector<Row> rows = {
+        {"private folder", good, good + "/"},
+        {"private folder with trailing slash", good + "//", good + "/"},
+        {"readable by others", loose, fallback},
+        {"shared with the group", groupShared, fallback},
+        {"extra mode bits", sticky, fallback},
+        {"link to a private folder", link, fallback},
+        {"regular file", file, fallback},
+        {"relative path to a private folder", relative, fallback},
+        {"missing", dir / "missing", fallback},
+        {"empty", std::string(), fallback},
+        {"unset", std::nullopt, fallback},
+    };
+    // The first fallback makes the folder, the later ones find it again.
+    for (const Row& row : rows) {
+        EXPECT_EQ(privateTemporaryDirectory(row.runtimeDir, base, ::getuid()), row.expected)
+            << row.what;
+    }
+    const Entry made = entryAt(ownFolderIn(base));
+    EXPECT_EQ(made.type, S_IFDIR);
+    EXPECT_EQ(made.mode, 0700u);
+    EXPECT_EQ(made.owner, ::getuid());
+}
+
+TEST(TemporaryDirectory, TakenOwnNameIsLeftAloneForAFreshFolder) {
+    const std::string ownName = "sweepwell-" + std::to_string(::getuid());
+    struct Row {
+        const char* what;
+        std::function<void(const TempDir&)> plant;
+    };
+    const std::vector<Row> rows = {
+        {"folder with a looser mode",
+         [&](const TempDir& dir) { folderWithMode(dir, ownName, 0755); }},
+        {"link to a private folder",
+         [&](const TempDir& dir) {
+             dir.makeSymlink(ownName, folderWithMode(dir, "elsewhere", 0700));
+         }},
+        {"regular file",
+         [&](const TempDir& dir) { ::chmod(dir.writeFile(ownName).c_str(), 0700); }},
+        {"someone else's folder",
+         [&](const TempDir& dir) {
+             const std::string path = folderWithMode(dir, ownName, 0700);
+             // Only a privileged run can give a folder away; others plant a
+             // folder that is private but open to the group instead.
+             if (::geteuid() == 0) {
+                 EXPECT_EQ(::chown(path.c_str(), ::getuid() + 1000, static_cast<gid_t>(-1)), 0);
+             } else {
+                 ::chmod(path.c_str(), 0750);
+             }
+         }},
+    };
+    for (const Row& row : rows) {
+        TempDir dir;
+        row.plant(dir);
+        const std::string planted = dir / ownName;
+        const Entry before = entryAt(planted);
+
+        const std::string answer = privateTemporaryDirectory(std::nullopt, dir.path(), ::getuid());
+
+        ASSERT_EQ(answer.rfind(planted + "-", 0), 0u) << row.what << ": " << answer;
+        ASSERT_EQ(answer.back(), '/') << row.what;
+        const Entry fresh = entryAt(answer.substr(0, answer.size() - 1));
+        EXPECT_EQ(fresh.type, S_IFDIR) << row.what;
+        EXPECT_EQ(fresh.mode, 0700u) << row.what;
+        EXPECT_EQ(fresh.owner, ::getuid()) << row.what;
+        const Entry after = entryAt(planted);
+        EXPECT_EQ(after.type, before.type) << row.what;
+        EXPECT_EQ(after.mode, before.mode) << row.what;
+        EXPECT_EQ(after.owner, before.owner) << row.what;
+    }
+}
+
+TEST(TemporaryDirectory, NothingIsAnsweredWhenNoSafeFolderCanBeHad) {
+    TempDir dir;
+    const std::string base = dir.makeDir("base");
+    // Every folder this process makes belongs to its own user, never to
+    // another one, so nothing can be made for another user.
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, base, ::getuid() + 1), "");
+    EXPECT_TRUE(std::filesystem::is_empty(base)) << "refused folders are cleaned up";
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, dir / "missing", ::getuid()), "");
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", ::getuid()), "");
+}
+
+TEST(TemporaryDirectory, ProcessFolderIsPrivateAndTheSameForEveryThread) {
+    const std::string first = platform::temporaryDirectory();
+    ASSERT_FALSE(first.empty());
+    EXPECT_EQ(first.back(), '/');
+    const Entry entry = entryAt(first.substr(0, first.size() - 1));
+    EXPECT_EQ(entry.type, S_IFDIR);
+    EXPECT_EQ(entry.mode, 0700u);
+    EXPECT_EQ(entry.owner, ::getuid());
+
+    std::vector<std::string> seen(4);
+    std::vector<std::thread> threads;
+    for (auto& answer : seen) {
+        threads.emplace_back([&answer] { answer = platform::temporaryDirectory(); });
+    }
+    for (auto& thread : threads) thread.join();
+    for (const auto& answer : seen) EXPECT_EQ(answer, first);
+}
+
+}  // namespace
