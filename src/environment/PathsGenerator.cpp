@@ -1,6 +1,5 @@
 #include "environment/PathsGenerator.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -8,6 +7,7 @@
 
 #include "environment/StringUtils.h"
 #include "platform/Bundle.h"
+#include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
 
 namespace {
@@ -32,12 +32,9 @@ std::optional<std::string> systemApplicationSupportDirectory(const std::string& 
 
 PathsGenerator& PathsGenerator::GetInstance() {
     static PathsGenerator instance = [] {
-        std::string name;
-        std::string home;
-        if (const passwd* entry = getpwuid(getuid()); entry != nullptr) {
-            name = entry->pw_name != nullptr ? entry->pw_name : "";
-            home = entry->pw_dir != nullptr ? entry->pw_dir : "";
-        }
+        auto entry = platform::passwordEntryForCurrentUser();
+        std::string name = entry ? entry->userName : std::string();
+        std::string home = entry ? entry->homeDirectory : std::string();
         if (name.empty()) name = fallbackUserName();
         if (home.empty()) home = PathUtils::stringByAppendingPathComponent("/Users", name);
         auto support = systemApplicationSupportDirectory(home);

@@ -1,7 +1,8 @@
 #include "platform/LoginItems.h"
 
+#include "platform/PasswordDatabase.h"
+
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,18 +16,6 @@ namespace platform::LoginItems {
 namespace {
 
 constexpr const char* kGroupHeader = "[Desktop Entry]";
-
-std::string homeFromPasswordDatabase() {
-    long size = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-    std::vector<char> buffer(size > 0 ? static_cast<std::size_t>(size) : 16384);
-    struct passwd entry {};
-    struct passwd* found = nullptr;
-    while (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
-        buffer.resize(buffer.size() * 2);
-    }
-    return found != nullptr && found->pw_dir != nullptr ? std::string(found->pw_dir)
-                                                        : std::string();
-}
 
 // The identifier becomes a file name, so it must be one.
 bool isUsableIdentifier(const std::string& identifier) {
@@ -113,7 +102,7 @@ std::string userConfigFolder() {
     // Relative values are invalid by the XDG rules and must be ignored.
     const char* configHome = std::getenv("XDG_CONFIG_HOME");
     if (configHome != nullptr && configHome[0] == '/') return configHome;
-    const std::string home = homeFromPasswordDatabase();
+    const std::string home = platform::homeFromPasswordDatabase();
     return home.empty() ? std::string() : home + "/.config";
 }
 

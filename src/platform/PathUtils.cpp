@@ -1,15 +1,20 @@
 #include "platform/PathUtils.h"
 
-#include <pwd.h>
+#include "platform/PasswordDatabase.h"
+
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
-#include <memory>
 
 namespace PathUtils {
 
 namespace {
+
+// The named user's home folder, "" when there is no such user.
+std::string homeOfUser(const std::string& user) {
+    auto entry = platform::passwordEntryForUserName(user);
+    return entry ? entry->homeDirectory : std::string();
+}
 
 std::string collapsedSlashes(const std::string& path) {
     std::string out;
@@ -52,26 +57,6 @@ std::size_t extensionDot(const std::string& component) {
     return dot;
 }
 
-enum class Lookup { Uid, Name };
-
-// The home folder of a password database entry, "" when there is none.
-std::string passwordHome(Lookup by, const std::string& name) {
-    long hint = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-    std::size_t size = hint > 0 ? static_cast<std::size_t>(hint) : 16384;
-    for (int attempt = 0; attempt < 4; ++attempt, size *= 4) {
-        std::unique_ptr<char[]> buffer(new char[size]);
-        struct passwd entry {};
-        struct passwd* found = nullptr;
-        const int error = by == Lookup::Uid
-                              ? ::getpwuid_r(::getuid(), &entry, buffer.get(), size, &found)
-                              : ::getpwnam_r(name.c_str(), &entry, buffer.get(), size, &found);
-        if (error == ERANGE) continue;
-        if (error != 0 || found == nullptr || found->pw_dir == nullptr) return {};
-        return found->pw_dir;
-    }
-    return {};
-}
-
 // "~" and "~/..." take the given home, "~user" and "~user/..." that user's;
 // a tilde expression that cannot be expanded leaves the path as it is.
 std::string expandingTilde(const std::string& path, const std::string& home) {
@@ -79,7 +64,7 @@ std::string expandingTilde(const std::string& path, const std::string& home) {
     const std::size_t slash = path.find('/');
     const std::string user =
         path.substr(1, slash == std::string::npos ? std::string::npos : slash - 1);
-    const std::string folder = user.empty() ? home : passwordHome(Lookup::Name, user);
+    const std::string folder = user.empty() ? home : homeOfUser(user);
     if (folder.empty()) return path;
     return folder + (slash == std::string::npos ? std::string() : path.substr(slash));
 }
@@ -154,7 +139,7 @@ std::string pathWithComponents(const std::vector<std::string>& components) {
 std::string stringByStandardizingPath(const std::string& path) {
     // The home folder only matters for a leading "~"; skip the lookup otherwise.
     if (path.empty() || path[0] != '~') return stringByStandardizingPath(path, std::string());
-    return stringByStandardizingPath(path, passwordHome(Lookup::Uid, std::string()));
+    return stringByStandardizingPath(path, platform::homeFromPasswordDatabase());
 }
 
 // The original also strips a leading "/private" (and the automount prefixes)

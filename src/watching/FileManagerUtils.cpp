@@ -1,10 +1,8 @@
 #include "watching/FileManagerUtils.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "platform/FileResources.h"
+#include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
 #include "platform/TemporaryDirectory.h"
 
@@ -23,18 +22,6 @@ namespace {
 constexpr const char* kDefaultAlphabet =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 constexpr int kFirstNameLength = 10;
-
-std::string homeFromPasswordDatabase() {
-    const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-    std::vector<char> buffer(suggested > 0 ? static_cast<std::size_t>(suggested) : 16384);
-    struct passwd entry {};
-    struct passwd* found = nullptr;
-    while (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
-        buffer.resize(buffer.size() * 2);
-    }
-    return found != nullptr && found->pw_dir != nullptr ? std::string(found->pw_dir)
-                                                        : std::string();
-}
 
 // Creates each missing folder of an absolute path, private to the user as
 // the XDG folders should be; true when the path ends up a folder.
@@ -117,7 +104,7 @@ std::string getTrashPath() {
     std::string dataHome;
     if (const char* value = std::getenv("XDG_DATA_HOME"); value != nullptr && value[0] == '/') {
         dataHome = value;
-    } else if (const std::string home = homeFromPasswordDatabase(); !home.empty()) {
+    } else if (const std::string home = platform::homeFromPasswordDatabase(); !home.empty()) {
         dataHome = PathUtils::stringByAppendingPathComponent(home, ".local/share");
     }
     // A failed lookup is not kept: the next call tries again.
