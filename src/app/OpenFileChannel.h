@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QByteArray>
+#include <QLocalServer>
+#include <QObject>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+// The single-instance channel. The first Helper of a user listens on a Unix
+// socket in the private temporary folder; a later start hands its file
+// arguments over that socket and exits, so that files opened "with the
+// Helper" always reach the running agent.
+//
+// Wire format: a 4-byte little-endian length, then that many bytes of
+// NUL-separated absolute paths; the agent answers one byte once it has taken
+// them. Peers of another user are refused, and so is anything larger than
+// kMaxMessageBytes or slower than a few seconds.
+class OpenFileChannel : public QObject {
+public:
+    using Receiver = std::function<void(std::vector<std::string>)>;
+
+    static constexpr std::uint32_t kMaxMessageBytes = 1u << 20;
+
+    // The socket of this user's agent: <private temp>/<Helper id>/open-files.
+    // Empty when there is no private temporary folder.
+    static std::string defaultSocketPath();
+
+    explicit OpenFileChannel(std::string socketPath);
+    ~OpenFileChannel() override;
+
+    // Hands `paths` to a running agent. False when none answers; the caller
+    // then becomes the agent itself.
+    bool forwardToRunningInstance(const std::vector<std::string>& paths) const;
+
+    // Starts listening; `receiver` gets each message's paths on this thread.
+    // False when the socket cannot be made (the agent then runs without it).
+    bool listen(Receiver receiver);
+
+    // Both steps under one lock, so that two simultaneous starts cannot both
+    // become the agent: answers true when the paths were forwarded (the
+    // caller should exit), false when this process is now the listener or
+    // should run without a channel.
+    bool forwardOrListen(const std::vector<std::string>& paths, Receiver receiver);
+
+private:
+    void accept();
+
+    std::string m_sSocketPath;
+    Receiver m_pReceiver;
+    std::unique_ptr<QLocalServer> m_pServer;
+};
