@@ -1,0 +1,98 @@
+#include "app/AppDelegate.h"
+
+#include <unordered_set>
+
+#include "dispatch/MainQueue.h"
+#include "environment/PathsGenerator.h"
+#include "messages/FileMessage.h"
+#include "platform/Bundle.h"
+#include "platform/FileResources.h"
+#include "platform/PathUtils.h"
+#include "watching/UpdateRestarter.h"
+
+AppDelegate::Environment AppDelegate::standardEnvironment(
+    std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter) {
+    Environment environment;
+    environment.createNotificationPresenter = std::move(createNotificationPresenter);
+    environment.trashDirectory = PathsGenerator::GetInstance().buildTrashDirectory();
+    environment.ownBundlePath = []() -> std::optional<std::string> {
+        auto bundle = platform::Bundle::mainBundle();
+        if (!bundle) return std::nullopt;
+        return bundle->path();
+    };
+    environment.startUpdateRestarter = [] { UpdateRestarter::GetInstance(); };
+    return environment;
+}
+
+AppDelegate::AppDelegate(Environment environment) : m_environment(std::move(environment)) {}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    m_arrExcluders.clear();
+    if (m_environment.createNotificationPresenter) {
+        m_pRichNotificationWC = m_environment.createNotificationPresenter();
+    }
+    if (m_environment.startUpdateRestarter) m_environment.startUpdateRestarter();
+    startWatching();
+}
+
+void AppDelegate::startWatching() {
+    m_pTrashWatcher = AppsInTrashWatcher::create(weak_from_this(), m_environment.trashDirectory);
+}
+
+bool AppDelegate::openFile(const std::string& path) {
+    processOpenFileWithPath(path);
+    return true;
+}
+
+void AppDelegate::openFiles(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) processOpenFileWithPath(path);
+}
+
+void AppDelegate::processOpenFileWithPath(const std::string& path) {
+    if (PathUtils::pathExtension(path) != FileMessage::kMessageExtension) return;
+    auto message = FileMessage::loadFromFile(path);  // the file is gone from here on
+    if (FileMessage::ReadCancelExcludeRemovedPathsFromMessage(message)) {
+        clearExcludersExistingNow();
+        return;
+    }
+    std::vector<std::string> paths;
+    if (!FileMessage::ReadExcludePaths(&paths, message)) return;
+    for (const std::string& excluded : paths) {
+        const std::string name = PathUtils::stringByDeletingPathExtension(
+            PathUtils::lastPathComponent(excluded));
+        m_arrExcluders.push_back(std::make_shared<NameExcluder>(name));
+    }
+}
+
+// The Main application clears its exclusions when it is done removing; the
+// clear waits a little so that the Trash events of its own removal, which
+// arrive late, are still silenced. Exclusions that arrive meanwhile stay.
+void AppDelegate::clearExcludersExistingNow() {
+    // The snapshot holds the excluders themselves, so none of them can be
+    // freed and its identity reused by a newer one before the clear runs.
+    auto snapshot = std::make_shared<std::unordered_set<std::shared_ptr<NameExcluder>>>(
+        m_arrExcluders.begin(), m_arrExcluders.end());
+    dispatch::MainQueue::main().after(kClearDelay, [self = shared_from_this(), snapshot] {
+        std::vector<std::shared_ptr<NameExcluder>> kept;
+        for (auto& excluder : self->m_arrExcluders) {
+            if (snapshot->erase(excluder) == 0) kept.push_back(std::move(excluder));
+        }
+        self->m_arrExcluders = std::move(kept);
+    });
+}
+
+void AppDelegate::onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bundle) {
+    if (!bundle) return;
+    const auto ownPath = m_environment.ownBundlePath ? m_environment.ownBundlePath() : std::nullopt;
+    if (!ownPath || !platform::fileExistsAtPath(*ownPath)) return;
+
+    const std::string trash = m_environment.trashDirectory + "/";
+    const std::string& path = bundle->path();
+    if (path.starts_with(trash)) {
+        const std::string relative = path.substr(trash.size());
+        for (auto excluder = m_arrExcluders.rbegin(); excluder != m_arrExcluders.rend(); ++excluder) {
+            if ((*excluder)->isExcludedName(relative)) return;
+        }
+    }
+    if (m_pRichNotificationWC) m_pRichNotificationWC->showNotificationForApp(bundle);
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/NameExcluder.h"
+#include "watching/AppsInTrashWatcher.h"
+
+namespace platform {
+class Bundle;
+}
+
+// What the delegate needs of the notification window: the one call it makes.
+class NotificationPresenter {
+public:
+    virtual ~NotificationPresenter() = default;
+    virtual void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) = 0;
+};
+
+// Builds the long-lived objects at launch, takes the command files the Main
+// application sends, and decides for each application that arrives in the
+// Trash whether the user hears of it. Main-thread only.
+class AppDelegate final : public AppsInTrashWatcherListener,
+                          public std::enable_shared_from_this<AppDelegate> {
+public:
+    // Where the delegate looks at the world; the defaults are the user's
+    // Trash and the running Helper's own bundle.
+    struct Environment {
+        std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter;
+        std::string trashDirectory;
+        std::function<std::optional<std::string>()> ownBundlePath;
+        // Starts the Update restarter; nothing when empty.
+        std::function<void()> startUpdateRestarter;
+    };
+    static Environment standardEnvironment(
+        std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter);
+
+    explicit AppDelegate(Environment environment);
+
+    void applicationDidFinishLaunching();
+    void applicationWillTerminate() {}
+    void startWatching();
+
+    // Always answers true: the sender is never told what became of a file.
+    bool openFile(const std::string& path);
+    void openFiles(const std::vector<std::string>& paths);
+    void processOpenFileWithPath(const std::string& path);
+
+    void onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bundle) override;
+
+    const std::vector<std::shared_ptr<NameExcluder>>& excluders() const { return m_arrExcluders; }
+    const std::shared_ptr<AppsInTrashWatcher>& trashWatcher() const { return m_pTrashWatcher; }
+
+    static constexpr auto kClearDelay = std::chrono::seconds(5);
+
+private:
+    void clearExcludersExistingNow();
+
+    Environment m_environment;
+    std::shared_ptr<AppsInTrashWatcher> m_pTrashWatcher;
+    std::shared_ptr<NotificationPresenter> m_pRichNotificationWC;
+    std::vector<std::shared_ptr<NameExcluder>> m_arrExcluders;
+};

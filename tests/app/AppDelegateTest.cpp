@@ -1,0 +1,129 @@
+#include "app/AppDelegate.h"
+
+#include <gtest/gtest.h>
+
+#include "dispatch/ManualMainQueue.h"
+#include "messages/FileMessage.h"
+#include "platform/Bundle.h"
+#include "platform/FileResources.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testsupport::TempDir;
+
+class RecordingPresenter : public NotificationPresenter {
+public:
+    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
+        shown.push_back(bundle->path());
+    }
+    std::vector<std::string> shown;
+};
+
+class AppDelegateTest : public ::testing::Test {
+protected:
+    AppDelegateTest() : m_scope(m_queue) {
+        m_home.makeDir(".Trash");
+        m_home.makeDir("Helper.app/Contents");
+        AppDelegate::Environment environment;
+        environment.createNotificationPresenter = [this] { return m_presenter; };
+        environment.trashDirectory = m_home / ".Trash";
+        environment.ownBundlePath = [this] { return m_ownBundle; };
+        delegate = std::make_shared<AppDelegate>(std::move(environment));
+        delegate->applicationDidFinishLaunching();
+        m_messages.messageFolder = m_home / "messages";
+    }
+
+    // Arrival of an application bundle at a path relative to the home folder.
+    std::vector<std::string> arrive(const std::string& relative) {
+        const std::string plist =
+            "<plist><dict><key>CFBundleIdentifier</key><string>com.example.x</string></dict></plist>";
+        m_home.writeFile(relative + "/Contents/Info.plist", plist);
+        m_presenter->shown.clear();
+        delegate->onAppMovedToTrash(platform::Bundle::bundleWithPath(m_home / relative));
+        return m_presenter->shown;
+    }
+
+    std::string exclude(const std::vector<std::string>& paths) {
+        return *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths, m_messages)
+                    ->saveToFile();
+    }
+    std::string clear() {
+        return *FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths(m_messages)
+                    ->saveToFile();
+    }
+    std::vector<std::string> prefixes() const {
+        std::vector<std::string> out;
+        for (const auto& excluder : delegate->excluders()) out.push_back(excluder->prefix());
+        return out;
+    }
+
+    std::shared_ptr<dispatch::ManualMainQueue> m_queue = std::make_shared<dispatch::ManualMainQueue>();
+    dispatch::ScopedMainQueue m_scope;
+    TempDir m_home;
+    MessageEnvironment m_messages;
+    std::shared_ptr<RecordingPresenter> m_presenter = std::make_shared<RecordingPresenter>();
+    std::optional<std::string> m_ownBundle = m_home / "Helper.app";
+    std::shared_ptr<AppDelegate> delegate;
+};
+
+TEST_F(AppDelegateTest, ExclusionsArePrefixesOfTheNameInsideTheTrash) {
+    delegate->openFiles({exclude({"/Applications/Foo.app", ""}), exclude({})});
+    ASSERT_EQ(prefixes(), (std::vector<std::string>{"Foo", ""}));
+
+    const std::vector<std::pair<std::string, bool>> arrivals = {
+        {".Trash/Foo.app", false},
+        {".Trash/Foo Bar.app", false},
+        {".Trash/Foobar.app", false},
+        {".Trash/foo.app", true},             // case matters
+        {".Trash/Folder/Foo.app", true},      // the prefix is tested on "Folder/Foo.app"
+        {"Volume/.Trashes/Foo.app", true},    // another Trash is never excluded
+        {".Trash/Other.app", true},
+    };
+    for (const auto& [relative, notified] : arrivals) {
+        EXPECT_EQ(arrive(relative).size(), notified ? 1u : 0u) << relative;
+    }
+
+    // With its own bundle gone the Helper is being replaced: it says nothing.
+    m_ownBundle = m_home / "Gone.app";
+    EXPECT_TRUE(arrive(".Trash/Other.app").empty());
+    m_ownBundle.reset();
+    EXPECT_TRUE(arrive(".Trash/Other.app").empty());
+}
+
+TEST_F(AppDelegateTest, CommandFilesAreTakenByExactExtensionAndAlwaysConsumed) {
+    const std::string shouting = m_home.writeFile("x.MSGFORSWHELP", "data");
+    const std::string unreadable = m_home.writeFile("y.msgforswhelp", "not an archive");
+    EXPECT_TRUE(delegate->openFile(shouting));
+    EXPECT_TRUE(delegate->openFile(unreadable));
+    EXPECT_TRUE(platform::fileExistsAtPath(shouting));
+    EXPECT_FALSE(platform::fileExistsAtPath(unreadable));
+
+    const std::string command = exclude({"/Applications/Foo.app"});
+    delegate->openFiles({command, command});  // the second finds nothing left
+    EXPECT_FALSE(platform::fileExistsAtPath(command));
+    EXPECT_EQ(prefixes(), std::vector<std::string>{"Foo"});
+}
+
+TEST_F(AppDelegateTest, ClearRemovesOnlyWhatExistedWhenItArrivedAndOnlyFiveSecondsLater) {
+    delegate->openFile(exclude({"/A.app", "/B.app"}));
+    delegate->openFile(clear());
+    m_queue->advance(2s);
+    delegate->openFile(exclude({"/C.app"}));
+    delegate->openFile(clear());
+    m_queue->advance(2s);
+    delegate->openFile(exclude({"/D.app"}));
+
+    // The first clear is due at 5 s: until then arrivals are still silenced.
+    m_queue->advance(999ms);
+    EXPECT_EQ(prefixes(), (std::vector<std::string>{"A", "B", "C", "D"}));
+    EXPECT_TRUE(arrive(".Trash/A.app").empty());
+    m_queue->advance(1ms);
+    EXPECT_EQ(prefixes(), (std::vector<std::string>{"C", "D"}));
+    EXPECT_EQ(arrive(".Trash/A.app").size(), 1u);
+    m_queue->advance(2s);  // the second clear had its own snapshot: A, B, C
+    EXPECT_EQ(prefixes(), std::vector<std::string>{"D"});
+}
+
+}  // namespace
