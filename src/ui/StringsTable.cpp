@@ -1,0 +1,298 @@
+#include "ui/StringsTable.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/PropertyList.h"
+#include "ui/Utf8.h"
+
+namespace StringsTable {
+
+namespace {
+
+std::optional<std::string> readSmallFile(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) return std::nullopt;
+    std::optional<std::string> contents;
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
+        std::string bytes;
+        char buffer[16384];
+        for (;;) {
+            const ssize_t got = ::read(fd, buffer, sizeof buffer);
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0 || bytes.size() + static_cast<std::size_t>(got) > kMaxFileSize) break;
+            if (got == 0) {
+                contents = std::move(bytes);
+                break;
+            }
+            bytes.append(buffer, static_cast<std::size_t>(got));
+        }
+    }
+    ::close(fd);
+    return contents;
+}
+
+// The text of the file as UTF-8, by its byte-order mark.
+std::string decodeText(std::string_view bytes) {
+    const auto startsWith = [&](std::string_view prefix) {
+        return bytes.substr(0, prefix.size()) == prefix;
+    };
+    if (startsWith("\xEF\xBB\xBF")) return Utf8::sanitized(bytes.substr(3));
+    const bool little = startsWith("\xFF\xFE");
+    if (!little && !startsWith("\xFE\xFF")) return Utf8::sanitized(bytes);
+    std::u16string units;
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+        const auto a = static_cast<unsigned char>(bytes[i]);
+        const auto b = static_cast<unsigned char>(bytes[i + 1]);
+        units += static_cast<char16_t>(little ? (b << 8 | a) : (a << 8 | b));
+    }
+    return Utf8::fromUtf16(units);
+}
+
+bool isPropertyListData(std::string_view bytes) {
+    if (bytes.substr(0, 6) == "bplist") return true;
+    std::size_t i = 0;
+    while (i < bytes.size() &&
+           (bytes[i] == ' ' || bytes[i] == '\t' || bytes[i] == '\r' || bytes[i] == '\n'))
+        ++i;
+    const std::string_view rest = bytes.substr(i);
+    return rest.substr(0, 5) == "<?xml" || rest.substr(0, 9) == "<!DOCTYPE" ||
+           rest.substr(0, 6) == "<plist";
+}
+
+// The old-style property-list dictionary of a .strings file.
+class StringsParser {
+public:
+    explicit StringsParser(std::string_view text) : m_text(text) {}
+
+    std::optional<Strings> parse() {
+        Strings strings;
+        skipSpace();
+        const bool braced = peek('{');
+        if (braced) ++m_pos;
+        for (;;) {
+            if (!skipSpace()) return std::nullopt;
+            if (m_pos >= m_text.size()) break;
+            if (braced && peek('}')) break;
+            auto key = readString();
+            if (!key || !skipSpace()) return std::nullopt;
+            std::string value = *key;
+            if (peek('=')) {
+                ++m_pos;
+                if (!skipSpace()) return std::nullopt;
+                auto read = readString();
+                if (!read || !skipSpace()) return std::nullopt;
+                value = std::move(*read);
+            }
+            if (!peek(';')) return std::nullopt;
+            ++m_pos;
+            strings[std::move(*key)] = std::move(value);
+        }
+        if (braced) {
+            if (!peek('}')) return std::nullopt;
+            ++m_pos;
+            if (!skipSpace() || m_pos != m_text.size()) return std::nullopt;
+        }
+        return strings;
+    }
+
+private:
+    bool peek(char c) const { return m_pos < m_text.size() && m_text[m_pos] == c; }
+
+    // Skips blanks and comments; false on a comment that never ends.
+    bool skipSpace() {
+        while (m_pos < m_text.size()) {
+            const char c = m_text[m_pos];
+            if (c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v') {
+                ++m_pos;
+            } else if (m_text.substr(m_pos, 2) == "//") {
+                const std::size_t end = m_text.find('\n', m_pos);
+                m_pos = end == std::string_view::npos ? m_text.size() : end + 1;
+            } else if (m_text.substr(m_pos, 2) == "/*") {
+                const std::size_t end = m_text.find("*/", m_pos + 2);
+                if (end == std::string_view::npos) return false;
+                m_pos = end + 2;
+            } else {
+                break;
+            }
+        }
+        return true;
+    }
+
+    static bool isUnquotedChar(char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               c == '_' || c == '$' || c == '+' || c == '/' || c == ':' || c == '.' || c == '-';
+    }
+
+    std::optional<std::string> readString() {
+        if (peek('"') || peek('\'')) return readQuoted(m_text[m_pos++]);
+        const std::size_t start = m_pos;
+        while (m_pos < m_text.size() && isUnquotedChar(m_text[m_pos])) {
+            if (m_text.substr(m_pos, 2) == "//" || m_text.substr(m_pos, 2) == "/*") break;
+            ++m_pos;
+        }
+        if (m_pos == start) return std::nullopt;
+        return std::string(m_text.substr(start, m_pos - start));
+    }
+
+    std::optional<std::string> readQuoted(char quote) {
+        std::string out;
+        char16_t pendingHigh = 0;  // a \U high surrogate waiting for its low half
+        const auto flushPending = [&] {
+            if (pendingHigh) Utf8::append(out, Utf8::kReplacementCharacter);
+            pendingHigh = 0;
+        };
+        while (m_pos < m_text.size()) {
+            const char c = m_text[m_pos++];
+            if (c == quote) {
+                flushPending();
+                return out;
+            }
+            if (c != '\\') {
+                flushPending();
+                out += c;
+                continue;
+            }
+            if (m_pos >= m_text.size()) return std::nullopt;
+            const char e = m_text[m_pos++];
+            if (e == 'U' || e == 'u') {
+                char16_t unit = 0;
+                std::size_t digits = 0;
+                for (; digits < 4 && m_pos < m_text.size(); ++digits, ++m_pos) {
+                    const char h = m_text[m_pos];
+                    int v = -1;
+                    if (h >= '0' && h <= '9')
+                        v = h - '0';
+                    else if (h >= 'a' && h <= 'f')
+                        v = h - 'a' + 10;
+                    else if (h >= 'A' && h <= 'F')
+                        v = h - 'A' + 10;
+                    if (v < 0) break;
+                    unit = static_cast<char16_t>(unit * 16 + v);
+                }
+                if (digits == 0) {
+                    flushPending();
+                    out += e;
+                } else if (unit >= 0xD800 && unit <= 0xDBFF) {
+                    flushPending();
+                    pendingHigh = unit;
+                } else if (unit >= 0xDC00 && unit <= 0xDFFF && pendingHigh) {
+                    Utf8::append(out, 0x10000 + ((char32_t(pendingHigh) - 0xD800) << 10) +
+                                          (char32_t(unit) - 0xDC00));
+                    pendingHigh = 0;
+                } else {
+                    flushPending();
+                    Utf8::append(out, unit);  // a lone low surrogate becomes U+FFFD
+                }
+                continue;
+            }
+            flushPending();
+            if (e >= '0' && e <= '7') {
+                unsigned value = static_cast<unsigned>(e - '0');
+                for (int n = 1;
+                     n < 3 && m_pos < m_text.size() && m_text[m_pos] >= '0' && m_text[m_pos] <= '7';
+                     ++n) {
+                    value = value * 8 + static_cast<unsigned>(m_text[m_pos++] - '0');
+                }
+                Utf8::append(out, static_cast<char32_t>(value & 0xFF));
+                continue;
+            }
+            switch (e) {
+                case 'a':
+                    out += '\a';
+                    break;
+                case 'b':
+                    out += '\b';
+                    break;
+                case 'f':
+                    out += '\f';
+                    break;
+                case 'n':
+                    out += '\n';
+                    break;
+                case 'r':
+                    out += '\r';
+                    break;
+                case 't':
+                    out += '\t';
+                    break;
+                case 'v':
+                    out += '\v';
+                    break;
+                default:
+                    out += e;
+                    break;  // \" \' \\ and anything else
+            }
+        }
+        return std::nullopt;  // the string never ends
+    }
+
+    std::string_view m_text;
+    std::size_t m_pos = 0;
+};
+
+}  // namespace
+
+std::optional<Strings> parseStrings(std::string_view bytes) {
+    if (bytes.size() > kMaxFileSize) return std::nullopt;
+    if (isPropertyListData(bytes)) {
+        const auto plist = PropertyList::parse(bytes);
+        if (!plist || !plist->asDictionary()) return std::nullopt;
+        Strings strings;
+        for (const auto& [key, value] : *plist->asDictionary()) {
+            if (!value.asString()) return std::nullopt;
+            strings[key] = *value.asString();
+        }
+        return strings;
+    }
+    const std::string text = decodeText(bytes);
+    return StringsParser(text).parse();
+}
+
+std::optional<StringsDict> parseStringsDict(std::string_view bytes) {
+    if (bytes.size() > kMaxFileSize) return std::nullopt;
+    const auto plist = PropertyList::parse(bytes);
+    if (!plist || !plist->asDictionary()) return std::nullopt;
+    static const char* const kCategories[] = {"zero", "one", "two", "few", "many", "other"};
+    StringsDict dict;
+    for (const auto& [key, value] : *plist->asDictionary()) {
+        const PlistValue* format = value.objectForKey("NSStringLocalizedFormatKey");
+        if (!format || !format->asString()) continue;
+        StringsDictEntry entry;
+        entry.formatKey = *format->asString();
+        for (const auto& [name, definition] : *value.asDictionary()) {
+            const PlistValue* type = definition.objectForKey("NSStringFormatSpecTypeKey");
+            if (!type || !type->asString() || *type->asString() != "NSStringPluralRuleType") {
+                continue;
+            }
+            PluralVariable variable;
+            if (const PlistValue* valueType =
+                    definition.objectForKey("NSStringFormatValueTypeKey")) {
+                if (valueType->asString()) variable.valueType = *valueType->asString();
+            }
+            for (const char* category : kCategories) {
+                const PlistValue* form = definition.objectForKey(category);
+                if (form && form->asString()) variable.forms[category] = *form->asString();
+            }
+            entry.variables[name] = std::move(variable);
+        }
+        dict[key] = std::move(entry);
+    }
+    return dict;
+}
+
+std::optional<Strings> readStringsFile(const std::string& path) {
+    const auto bytes = readSmallFile(path);
+    return bytes ? parseStrings(*bytes) : std::nullopt;
+}
+
+std::optional<StringsDict> readStringsDictFile(const std::string& path) {
+    const auto bytes = readSmallFile(path);
+    return bytes ? parseStringsDict(*bytes) : std::nullopt;
+}
+
+}  // namespace StringsTable

@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/TempDir.h"
+#include "ui/MarkupStyler.h"
+#include "ui/RichNotificationWCLocalizable.h"
+
+namespace {
+
+using testsupport::TempDir;
+using Texts = RichNotificationWCLocalizable;
+
+LocalizedStrings tableFor(const std::string& language) {
+    return LocalizedStrings(SWEEPWELL_RESOURCES, Texts::kTableName, {language});
+}
+
+TEST(RichNotificationWCLocalizableTest, WithoutTablesTheDefaultsAreUsed) {
+    const LocalizedStrings none;
+    const LocalizedStrings missing("/nonexistent", Texts::kTableName, {"de_DE.UTF-8"});
+    for (const LocalizedStrings* table : {&none, &missing}) {
+        EXPECT_EQ(table->localization(), "");
+        EXPECT_EQ(Texts::closeButtonTitle(*table), "Close");
+        EXPECT_EQ(Texts::completeUninstallButtonTitle(*table), "Complete Uninstall");
+        EXPECT_EQ(Texts::titleWithAppName("Sweepwell", *table),
+                  "Sweepwell - Complete Uninstallation");
+        for (std::int64_t others : {0, 3}) {
+            EXPECT_EQ(Texts::descriptionWithAppName("Photon", "12 MB", others, others == 0, *table),
+                      "Photon - Complete Uninstallation");
+        }
+    }
+}
+
+TEST(RichNotificationWCLocalizableTest, EveryLanguageWritesValidMarkupForEveryCount) {
+    const struct {
+        const char* locale;
+        const char* localization;
+    } languages[] = {
+        {"en_US.UTF-8", "en"}, {"de_DE.UTF-8", "de"},      {"fr_FR.UTF-8", "fr"},
+        {"es_ES.UTF-8", "es"}, {"it_IT.UTF-8", "it"},      {"pt_BR.UTF-8", "pt-BR"},
+        {"ru_RU.UTF-8", "ru"}, {"uk_UA.UTF-8", "uk"},      {"pl_PL.UTF-8", "pl"},
+        {"ja_JP.UTF-8", "ja"}, {"zh_CN.UTF-8", "zh-Hans"}, {"ko_KR.UTF-8", "ko"},
+    };
+    const std::string name = "Photon & <Co>";
+    const std::string size = "12.3 MB";
+    for (const auto& language : languages) {
+        const LocalizedStrings table = tableFor(language.locale);
+        ASSERT_EQ(table.localization(), language.localization);
+        if (table.localization() != "en") {
+            EXPECT_NE(Texts::closeButtonTitle(table), "Close") << language.locale;
+            EXPECT_NE(Texts::completeUninstallButtonTitle(table), "Complete Uninstall");
+        }
+        EXPECT_NE(Texts::titleWithAppName("Sweepwell", table).find("Sweepwell"), std::string::npos);
+
+        std::map<std::string, std::int64_t> wordings;
+        for (std::int64_t others : {0, 1, 2, 5, 21, 101}) {
+            for (bool sure : {false, true}) {
+                const std::string markup = Texts::descriptionWithAppName(
+                    MarkupStyler::prepareString(name), MarkupStyler::prepareString(size), others,
+                    sure, table);
+                const auto parsed = MarkupStyler::parse(markup);
+                SCOPED_TRACE(std::string(language.locale) + ": " + markup);
+                EXPECT_EQ(parsed.literalTags, 0u);
+                ASSERT_EQ(parsed.tags.size(), 2u);
+                EXPECT_EQ(parsed.text.substr(parsed.tags[0].location, parsed.tags[0].length), name);
+                EXPECT_EQ(parsed.text.substr(parsed.tags[1].location, parsed.tags[1].length), size);
+                for (const char* raw : {"%", "#@", "$@", "$ld", "</", "<b>"}) {
+                    EXPECT_EQ(parsed.text.find(raw), std::string::npos) << raw;
+                }
+                if (others > 0) {
+                    EXPECT_NE(parsed.text.find(std::to_string(others)), std::string::npos);
+                }
+                wordings.emplace(parsed.text, others * 2 + sure);
+            }
+        }
+        // Each count and certainty reads differently (no form was left out).
+        EXPECT_EQ(wordings.size(), 12u) << language.locale;
+    }
+}
+
+TEST(RichNotificationWCLocalizableTest, PluralFormsAgreeWithTheCount) {
+    const struct {
+        const char* locale;
+        std::int64_t others;
+        const char* expected;
+    } rows[] = {
+        {"en", 1, "and 1 other application left"},
+        {"en", 21, "and 21 other applications left"},
+        {"de", 1, "und 1 weiteres Programm haben"},
+        {"de", 1000, "und 1.000 weitere Programme"},
+        {"fr", 1, "et 1 autre application ont"},
+        {"fr", 2, "et 2 autres applications ont"},
+        {"ru", 1, "и ещё 1 приложения остались"},
+        {"ru", 2, "и ещё 2 приложений остались"},
+        {"ru", 5, "и ещё 5 приложений"},
+        {"ru", 21, "и ещё 21 приложения"},
+        {"uk", 2, "та ще 2 програм "},
+        {"uk", 101, "та ще 101 програми "},
+        {"pl", 1, "i 1 innej aplikacji"},
+        {"pl", 2, "i 2 innych aplikacji"},
+        {"pl", 21, "i 21 innych aplikacji"},
+        {"ja", 5, "とその他5個のアプリ"},
+    };
+    for (const auto& row : rows) {
+        const std::string text = Texts::descriptionWithAppName("Photon", "1 MB", row.others, false,
+                                                               tableFor(row.locale));
+        EXPECT_NE(text.find(row.expected), std::string::npos) << row.locale << ": " << text;
+    }
+    const LocalizedStrings english = tableFor("en");
+    EXPECT_EQ(Texts::descriptionWithAppName("Photon", "1 MB", 0, true, english),
+              "<b>Photon</b> left <b>1 MB</b> of service files. Remove them to complete the "
+              "uninstallation.");
+    EXPECT_NE(Texts::descriptionWithAppName("Photon", "1 MB", 0, false, english).find("at least"),
+              std::string::npos);
+}
+
+TEST(RichNotificationWCLocalizableTest, LanguagesComeFromTheEnvironmentInOrder) {
+    using Env = std::map<std::string, std::string>;
+    const struct {
+        Env env;
+        std::vector<std::string> expected;
+    } rows[] = {
+        {{}, {"en"}},
+        {{{"LANG", "ru_RU.UTF-8"}}, {"ru_RU.UTF-8"}},
+        {{{"LANG", "ru_RU.UTF-8"}, {"LC_MESSAGES", "de_DE"}}, {"de_DE"}},
+        {{{"LC_ALL", "fr_FR"}, {"LC_MESSAGES", "de_DE"}, {"LANG", "ru_RU"}}, {"fr_FR"}},
+        {{{"LANGUAGE", "uk::pl"}, {"LANG", "ru_RU"}}, {"uk", "pl", "ru_RU"}},
+        {{{"LANGUAGE", "de"}, {"LC_ALL", "C.UTF-8"}}, {"en"}},  // the C locale is not translated
+        {{{"LANGUAGE", "de"}, {"LANG", ""}}, {"en"}},
+    };
+    for (const auto& row : rows) {
+        const auto languages = LocalizedStrings::preferredLanguages(
+            [&row](const char* name) -> std::optional<std::string> {
+                const auto found = row.env.find(name);
+                if (found == row.env.end()) return std::nullopt;
+                return found->second;
+            });
+        EXPECT_EQ(languages, row.expected);
+    }
+
+    using List = std::vector<std::string>;
+    EXPECT_EQ(LocalizedStrings::localizationCandidates("zh_CN.UTF-8"),
+              (List{"zh-Hans", "zh-CN", "zh_CN", "zh"}));
+    EXPECT_EQ(LocalizedStrings::localizationCandidates("zh_TW"),
+              (List{"zh-Hant", "zh-TW", "zh_TW"}));
+    EXPECT_EQ(LocalizedStrings::localizationCandidates("pt_PT@euro"),
+              (List{"pt-PT", "pt_PT", "pt", "pt-BR"}));
+    EXPECT_EQ(LocalizedStrings::localizationCandidates("POSIX"), List{"en"});
+
+    const struct {
+        std::vector<std::string> languages;
+        const char* localization;
+    } choices[] = {
+        {{"sv_SE.UTF-8", "pt_PT.UTF-8"}, "pt-BR"},
+        {{"pt-BR"}, "pt-BR"},
+        {{"zh"}, "zh-Hans"},
+        {{"zh_HK.UTF-8"}, "en"},
+        {{"sv_SE"}, "en"},
+        {{"de_AT", "fr"}, "de"},
+    };
+    for (const auto& choice : choices) {
+        EXPECT_EQ(LocalizedStrings(SWEEPWELL_RESOURCES, Texts::kTableName, choice.languages)
+                      .localization(),
+                  choice.localization);
+    }
+}
+
+TEST(RichNotificationWCLocalizableTest, KeysFallBackToEnglishThenToTheDefault) {
+    TempDir resources;
+    resources.writeFile("de.lproj/T.strings",
+                        "\"Close\" = \"Schließen\";\n\"Title\" = \"plain %@\";");
+    resources.writeFile("de.lproj/T.stringsdict",
+                        "<plist version=\"1.0\"><dict><key>Title</key><dict>"
+                        "<key>NSStringLocalizedFormatKey</key><string>Titel: %@</string>"
+                        "</dict></dict></plist>");
+    resources.writeFile("en.lproj/T.strings",
+                        "\"Only\" = \"English only\"; \"Close\" = \"Close\";");
+    resources.writeFile("fr.lproj/T.strings", "\"broken\" = ");
+
+    const LocalizedStrings german(resources.path(), "T", {"fr_FR", "de_DE.UTF-8"});
+    EXPECT_EQ(german.localization(), "de");  // the broken French table does not count
+    EXPECT_EQ(german.localizedStringForKey("Close", "x"), "Schließen");
+    EXPECT_EQ(german.localizedStringForKey("Only", "x"), "English only");
+    EXPECT_EQ(german.localizedStringForKey("Missing", "default"), "default");
+    const std::vector<FormatArgument> name{std::string("Mail")};
+    EXPECT_EQ(german.localizedStringWithFormat("Title", "%@!", name), "Titel: Mail");
+    EXPECT_EQ(german.localizedStringWithFormat("Missing", "%@!", name), "Mail!");
+}
+
+}  // namespace

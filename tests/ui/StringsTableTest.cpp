@@ -1,0 +1,96 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "ui/StringsTable.h"
+
+namespace {
+
+using StringsTable::Strings;
+
+std::string utf16(const std::u16string& text, bool littleEndian) {
+    std::string bytes = littleEndian ? "\xFF\xFE" : "\xFE\xFF";
+    for (char16_t unit : text) {
+        const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+        bytes += littleEndian ? std::string{low, high} : std::string{high, low};
+    }
+    return bytes;
+}
+
+TEST(StringsTableTest, ReadsStringsFilesAndRefusesBrokenOnes) {
+    const std::string sample = "/* Close */\n\"Close\" = \"Schlie\\U00dfen\";\n// line\n'k' = v;";
+    const struct {
+        std::string bytes;
+        std::optional<Strings> expected;
+    } rows[] = {
+        {sample, Strings{{"Close",
+                          "Schlie\xC3\x9F"
+                          "en"},
+                         {"k", "v"}}},
+        {"\xEF\xBB\xBF" + sample, Strings{{"Close",
+                                           "Schlie\xC3\x9F"
+                                           "en"},
+                                          {"k", "v"}}},
+        {utf16(u"\"T\" = \"\u00c9t\u00e9 %@\";", true), Strings{{"T", "\xC3\x89t\xC3\xA9 %@"}}},
+        {utf16(u"\"T\" = \"\U0001F600\";", false), Strings{{"T", "\xF0\x9F\x98\x80"}}},
+        {R"("e" = "\"q\" \\ \n\t\101\UD83D\UDE00\UDE00\x";)",
+         Strings{{"e", "\"q\" \\ \n\tA\xF0\x9F\x98\x80\xEF\xBF\xBDx"}}},
+        {"{ key; a.b/c-d = \"1\"; }", Strings{{"key", "key"}, {"a.b/c-d", "1"}}},
+        {"\"k\" = \"1\"; \"k\" = \"2\";", Strings{{"k", "2"}}},
+        {"  /* only a comment */ ", Strings{}},
+        {"<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key><string>v</string>"
+         "</dict></plist>",
+         Strings{{"k", "v"}}},
+        {"<plist version=\"1.0\"><dict><key>k</key><integer>1</integer></dict></plist>",
+         std::nullopt},
+        {"\"k\" = \"v\"", std::nullopt},  // no ";"
+        {"\"k\" = \"v;", std::nullopt},   // the string never ends
+        {"\"k\" = \"v\"; /* open", std::nullopt},
+        {"\"k\" = (a, b);", std::nullopt},
+        {"= \"v\";", std::nullopt},
+        {"{ \"k\" = \"v\";", std::nullopt},
+        {"\"k\" = \"v\"; }", std::nullopt},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(StringsTable::parseStrings(row.bytes), row.expected) << row.bytes;
+    }
+}
+
+TEST(StringsTableTest, ReadsPluralRulesOfStringsDict) {
+    const char* xml = R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict>
+  <key>Files</key><dict>
+    <key>NSStringLocalizedFormatKey</key><string>%#@files@ in %@</string>
+    <key>files</key><dict>
+      <key>NSStringFormatSpecTypeKey</key><string>NSStringPluralRuleType</string>
+      <key>NSStringFormatValueTypeKey</key><string>ld</string>
+      <key>one</key><string>%ld file</string>
+      <key>other</key><string>%ld files</string>
+      <key>lots</key><string>not a category</string>
+      <key>many</key><integer>3</integer>
+    </dict>
+    <key>width</key><dict>
+      <key>NSStringFormatSpecTypeKey</key><string>NSStringVariableWidthRuleType</string>
+    </dict>
+  </dict>
+  <key>NoFormat</key><dict><key>x</key><string>y</string></dict>
+  <key>Plain</key><string>not a dictionary</string>
+</dict></plist>)";
+    const auto dict = StringsTable::parseStringsDict(xml);
+    ASSERT_TRUE(dict);
+    ASSERT_EQ(dict->size(), 1u);
+    const StringsTable::StringsDictEntry& entry = dict->at("Files");
+    EXPECT_EQ(entry.formatKey, "%#@files@ in %@");
+    ASSERT_EQ(entry.variables.size(), 1u);
+    EXPECT_EQ(entry.variables.at("files").valueType, "ld");
+    const std::map<std::string, std::string> forms{{"one", "%ld file"}, {"other", "%ld files"}};
+    EXPECT_EQ(entry.variables.at("files").forms, forms);
+
+    EXPECT_FALSE(StringsTable::parseStringsDict("\"k\" = \"v\";"));
+    EXPECT_FALSE(StringsTable::parseStringsDict("<plist version=\"1.0\"><array/></plist>"));
+    EXPECT_FALSE(StringsTable::readStringsDictFile("/nonexistent/x.stringsdict"));
+    EXPECT_FALSE(StringsTable::readStringsFile("/"));  // not a regular file
+}
+
+}  // namespace
