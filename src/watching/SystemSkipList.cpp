@@ -1,4 +1,4 @@
-#include "remains/SystemSkipList.h"
+#include "watching/SystemSkipList.h"
 
 #include "environment/PathsGenerator.h"
 

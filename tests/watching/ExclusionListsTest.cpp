@@ -2,9 +2,9 @@
 
 #include "environment/DefaultsUtils.h"
 #include "platform/UserDefaults.h"
-#include "remains/BundleExcludeList.h"
-#include "remains/SystemSkipList.h"
 #include "support/TempDir.h"
+#include "watching/BundleExcludeList.h"
+#include "watching/SystemSkipList.h"
 
 namespace {
 

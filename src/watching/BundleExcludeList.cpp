@@ -1,4 +1,4 @@
-#include "remains/BundleExcludeList.h"
+#include "watching/BundleExcludeList.h"
 
 #include <algorithm>
 

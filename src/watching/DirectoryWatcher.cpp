@@ -1,0 +1,100 @@
+#include "watching/DirectoryWatcher.h"
+
+#include <vector>
+
+#include "dispatch/MainQueue.h"
+#include "environment/ApplicationDirectoryUtils.h"
+
+std::shared_ptr<DirectoryWatcher> DirectoryWatcher::create(const std::string& path) {
+    auto watcher = std::make_shared<DirectoryWatcher>(Private{}, path);
+    watcher->m_pPathTree = FileItem::createTreeForPath(path, 1);
+    // Listening only after the first load keeps what is already there unreported.
+    if (watcher->m_pPathTree) watcher->m_pPathTree->setListener(watcher);
+    watcher->m_bIsWatching = watcher->startWatching();
+    return watcher;
+}
+
+DirectoryWatcher::DirectoryWatcher(Private, std::string path) : m_sPath(std::move(path)) {}
+
+bool DirectoryWatcher::startWatching() {
+    m_pFileEventQueue = FileEventQueue::create();
+    if (m_pFileEventQueue) {
+        m_pFileEventQueue->setDelegate(weak_from_this());
+        m_pFileEventQueue->addPath(m_sPath);
+    }
+    return true;
+}
+
+std::shared_ptr<FileItem> DirectoryWatcher::getFileItemWithPath(const std::string& path) const {
+    if (path == m_sPath) return m_pPathTree;
+    if (path.size() <= m_sPath.size() + 1) return nullptr;
+    std::shared_ptr<FileItem> node = m_pPathTree;
+    const std::string rest = path.substr(m_sPath.size() + 1);
+    for (std::size_t start = 0; node;) {
+        const std::size_t slash = rest.find('/', start);
+        const std::string name = rest.substr(start, slash - start);
+        if (!node->getChildren()) return nullptr;
+        node = node->getChildrenWithName(name);
+        if (slash == std::string::npos) break;
+        start = slash + 1;
+    }
+    return node;
+}
+
+void DirectoryWatcher::receivedNotification(FileEventQueue&, const std::string&,
+                                            const std::string&) {
+    m_pUpdateRequest.cancel();
+    // The pending request keeps the watcher alive until it runs.
+    m_pUpdateRequest = dispatch::MainQueue::main().after(
+        kUpdateDelay, [self = shared_from_this()] { self->updateDirContent(); });
+}
+
+void DirectoryWatcher::updateDirContent() {
+    if (auto root = getFileItemWithPath(m_sPath)) root->updateContentOfDir();
+}
+
+void DirectoryWatcher::onAddedFileItem(const std::shared_ptr<FileItem>& item,
+                                       const std::shared_ptr<FileItem>&) {
+    if (notifyIsFileItemIsApp(item)) return;
+    if (!item->isDir()) return;
+    // The same test once more, as the original flow does; it cannot answer
+    // differently in between, but it is kept so that reports stay identical.
+    if (notifyIsFileItemIsApp(item)) return;
+    // Each added folder gets its own search; none is cancelled or merged.
+    dispatch::MainQueue::main().after(kFolderSearchDelay,
+                                      [self = shared_from_this(), path = item->buildFullPath()] {
+                                          self->checkFolderForAppsWithPath(path);
+                                      });
+}
+
+bool DirectoryWatcher::notifyIsFileItemIsApp(const std::shared_ptr<FileItem>& item) {
+    if (!item || !item->isDir()) return false;
+    const std::string path = item->buildFullPath();
+    if (!ApplicationDirectoryUtils::isApplicationAtPath(path) ||
+        ApplicationDirectoryUtils::parentBundlePathForPath(path)) {
+        return false;
+    }
+    notifyDelegateThatAddedAppWithPath(path);
+    return true;
+}
+
+void DirectoryWatcher::notifyDelegateThatAddedAppWithPath(const std::string& path) {
+    if (auto delegate = m_pDelegate.lock()) delegate->onAddedAppWithPath(path);
+}
+
+void DirectoryWatcher::checkFolderForAppsWithPath(const std::string& path) {
+    const auto folder = FileItem::createTreeForPath(path);
+    if (!folder) return;
+    std::vector<std::shared_ptr<FileItem>> level{folder};
+    while (!level.empty()) {
+        std::vector<std::shared_ptr<FileItem>> next;
+        for (const auto& node : level) {
+            const FileItem::Children* children = node->getChildren();
+            if (!children) continue;
+            for (const auto& [name, child] : *children) {
+                if (child->isDir() && !notifyIsFileItemIsApp(child)) next.push_back(child);
+            }
+        }
+        level = std::move(next);
+    }
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "dispatch/TimerHandle.h"
+#include "watching/FileEventQueue.h"
+#include "watching/FileItem.h"
+
+class DirectoryWatcherDelegate {
+public:
+    virtual ~DirectoryWatcherDelegate() = default;
+    // A top-level application bundle appeared at the path (main thread).
+    virtual void onAddedAppWithPath(const std::string& path) = 0;
+};
+
+// Watches one folder: keeps a tree of it, re-reads it once changes have been
+// quiet for two seconds, and reports every application bundle among what was
+// added, also inside added folders at any depth. Entries present at the start
+// and entries that vanish are never reported; repeated reports of one bundle
+// are not filtered here. Main-thread only.
+class DirectoryWatcher final : public FileItemListener,
+                               public FileEventQueueDelegate,
+                               public std::enable_shared_from_this<DirectoryWatcher> {
+    struct Private {};
+
+public:
+    // How long changes must be quiet before the folder is re-read.
+    static constexpr std::chrono::milliseconds kUpdateDelay{2000};
+    // How long after an added folder is seen it is searched for applications.
+    static constexpr std::chrono::milliseconds kFolderSearchDelay{2000};
+
+    // Loads the folder one level deep and starts watching it. A missing folder
+    // gives a watcher that never reports anything.
+    static std::shared_ptr<DirectoryWatcher> create(const std::string& path);
+    DirectoryWatcher(Private, std::string path);
+
+    // Watches the folder through a new event queue; always true.
+    bool startWatching();
+    bool isWatching() const { return m_bIsWatching; }
+    const std::string& getPath() const { return m_sPath; }
+    void setDelegate(std::weak_ptr<DirectoryWatcherDelegate> delegate) {
+        m_pDelegate = std::move(delegate);
+    }
+    // The queue that reports changes of the folder (null if none could be made).
+    const std::shared_ptr<FileEventQueue>& getFileEventQueue() const { return m_pFileEventQueue; }
+
+    // The tree node of a path inside the folder (the root for the folder
+    // itself); null when it is not in the loaded tree.
+    std::shared_ptr<FileItem> getFileItemWithPath(const std::string& path) const;
+
+    // Any change pushes the re-read back to kUpdateDelay from now.
+    void receivedNotification(FileEventQueue& queue, const std::string& name,
+                              const std::string& path) override;
+    void updateDirContent();
+
+    void onAddedFileItem(const std::shared_ptr<FileItem>& item,
+                         const std::shared_ptr<FileItem>& parent) override;
+    // Removals are deliberately not reported.
+    void onRemovedFileItem(const std::shared_ptr<FileItem>&,
+                           const std::shared_ptr<FileItem>&) override {}
+    std::shared_ptr<FileItem> getFileItemParent() override { return nullptr; }
+
+    // Reports the item when it is a folder that is an application not nested
+    // in another bundle; answers whether it did.
+    bool notifyIsFileItemIsApp(const std::shared_ptr<FileItem>& item);
+    void notifyDelegateThatAddedAppWithPath(const std::string& path);
+    // Searches the folder breadth-first and reports every application in it,
+    // without looking inside the applications themselves.
+    void checkFolderForAppsWithPath(const std::string& path);
+
+private:
+    std::string m_sPath;
+    std::shared_ptr<FileItem> m_pPathTree;
+    std::shared_ptr<FileEventQueue> m_pFileEventQueue;
+    std::weak_ptr<DirectoryWatcherDelegate> m_pDelegate;
+    bool m_bIsWatching = false;
+    dispatch::TimerHandle m_pUpdateRequest;
+};

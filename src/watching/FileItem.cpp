@@ -1,0 +1,204 @@
+#include "watching/FileItem.h"
+
+#include <dirent.h>
+
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/FileResources.h"
+#include "platform/PathUtils.h"
+#include "watching/FileItemData.h"
+#include "watching/FileManagerUtils.h"
+#include "watching/SystemSkipList.h"
+
+namespace {
+
+// The folder's entry names in the order the file system gives them, hidden
+// ones included; nullopt when the folder cannot be read.
+std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string& path) {
+    DIR* folder = ::opendir(path.c_str());
+    if (folder == nullptr) return std::nullopt;
+    std::vector<std::string> names;
+    while (const dirent* entry = ::readdir(folder)) {
+        const std::string_view name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        names.emplace_back(name);
+    }
+    ::closedir(folder);
+    return names;
+}
+
+std::int32_t childDeep(std::int32_t deep) {
+    return deep > 0 ? deep - 1 : deep;
+}
+
+}  // namespace
+
+std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path) {
+    return createTreeForPath(path, kUnlimitedDeep);
+}
+
+std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path,
+                                                      std::int32_t withDeep) {
+    auto item = std::make_shared<FileItem>();
+    item->loadInfoUsingPath(path, withDeep);
+    return item->isExist() ? item : nullptr;
+}
+
+std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path,
+                                                      std::int32_t withDeep,
+                                                      const std::shared_ptr<FileItem>& withParent,
+                                                      const std::string& withName) {
+    auto item = std::make_shared<FileItem>();
+    item->loadInfoUsingPath(path, withDeep, withParent, withName);
+    return item->isExist() ? item : nullptr;
+}
+
+void FileItem::loadInfoUsingPath(const std::string& path, std::int32_t withDeep) {
+    m_nDeep = withDeep;
+    m_sFullPath = path;
+    m_pListener.reset();
+    m_sNameWithExt = PathUtils::lastPathComponent(path);
+    loadStandartInfoForPath(path, withDeep);
+}
+
+void FileItem::loadInfoUsingPath(const std::string& path, std::int32_t withDeep,
+                                 const std::shared_ptr<FileItem>& withParent,
+                                 const std::string& withName) {
+    m_sFullPath.reset();
+    m_pListener = withParent;
+    m_sNameWithExt = withName;
+    loadStandartInfoForPath(path, withDeep);
+}
+
+void FileItem::loadStandartInfoForPath(const std::string& path, std::int32_t withDeep) {
+    m_bIsDir = false;
+    if (path.empty() || SystemSkipList::shared().contains(path)) {
+        m_bIsExist = false;
+        return;
+    }
+    m_bIsExist = FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(path, &m_bIsDir);
+    if (!m_bIsExist) return;
+    // Announced before the catalog information below refines the flags: at
+    // this point a link to a folder still counts as a folder.
+    if (auto parent = getParent()) parent->addChild(shared_from_this());
+    if (m_bIsDir) takeMoreCatalogInfoWithPath(path);
+    if (m_bIsDir) loadChildrenUsingPath(path, withDeep);
+}
+
+void FileItem::takeMoreCatalogInfoWithPath(const std::string& path) {
+    const auto values = platform::resourceValuesForPath(path);
+    if (!values) return;
+    m_bIsDir = values->isDirectory;
+    m_bIsSymLink = values->isSymbolicLink;
+    // An entry reached by two or more names is not descended into. The
+    // platform reports 1 for every folder (folders cannot be hard-linked
+    // here), so only the entry's own type decides for folders.
+    if (values->linkCount >= 2) m_bIsDir = false;
+    if (m_bIsDir) m_bIsPackage = platform::isFilePackageAtPath(path);
+}
+
+void FileItem::loadChildrenUsingPath(const std::string& path, std::int32_t withDeep) {
+    if (!m_bIsDir || withDeep == 0 || m_bIsPackage) return;
+    m_arrChildren.emplace();
+    const auto names = contentsOfDirectoryAtPath(path);
+    if (!names) return;
+    const auto self = shared_from_this();
+    for (const std::string& name : *names) {
+        createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name),
+                          childDeep(withDeep), self, name);
+    }
+}
+
+bool FileItem::isHasChild(const std::shared_ptr<FileItem>& item) const {
+    if (!item || !m_arrChildren) return false;
+    const auto found = m_arrChildren->find(item->getNameWithExt());
+    return found != m_arrChildren->end() && found->second == item;
+}
+
+void FileItem::addChild(const std::shared_ptr<FileItem>& item) {
+    if (!item || isHasChild(item)) return;
+    if (m_arrChildren) (*m_arrChildren)[item->getNameWithExt()] = item;
+    if (auto listener = m_pListener.lock()) listener->onAddedFileItem(item, shared_from_this());
+}
+
+void FileItem::removeChild(const std::shared_ptr<FileItem>& item) {
+    if (!isHasChild(item)) return;
+    m_arrChildren->erase(item->getNameWithExt());
+    if (auto listener = m_pListener.lock()) listener->onRemovedFileItem(item, shared_from_this());
+}
+
+void FileItem::notifyThatRemovedChildWithName(const std::string& name) {
+    const auto child = getChildrenWithName(name);
+    if (!child) return;
+    if (auto listener = m_pListener.lock()) listener->onRemovedFileItem(child, shared_from_this());
+}
+
+void FileItem::updateContentOfDir() {
+    if (!m_bIsDir) return;
+    const std::string path = buildFullPath();
+    const auto names = contentsOfDirectoryAtPath(path);
+    if (!names) return;
+
+    if (!m_arrChildren) m_arrChildren.emplace();
+    Children kept;
+    std::vector<std::string> added;
+    for (const std::string& name : *names) {
+        auto found = m_arrChildren->find(name);
+        if (found != m_arrChildren->end()) {
+            kept.insert(m_arrChildren->extract(found));
+        } else {
+            added.push_back(name);
+        }
+    }
+    // What is left has vanished. Announce while the nodes are still held, so
+    // that a listener can look at them.
+    std::vector<std::string> vanished;
+    vanished.reserve(m_arrChildren->size());
+    for (const auto& [name, child] : *m_arrChildren) vanished.push_back(name);
+    for (const std::string& name : vanished) notifyThatRemovedChildWithName(name);
+    m_arrChildren = std::move(kept);
+
+    // New entries load with this node's own depth, not one less.
+    const auto self = shared_from_this();
+    for (const std::string& name : added) {
+        createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name), m_nDeep, self,
+                          name);
+    }
+}
+
+std::shared_ptr<FileItem> FileItem::getChildrenWithName(const std::string& name) const {
+    if (!m_arrChildren) return nullptr;
+    const auto found = m_arrChildren->find(name);
+    return found == m_arrChildren->end() ? nullptr : found->second;
+}
+
+std::shared_ptr<FileItemData> FileItem::getData() {
+    if (!m_pData) m_pData = std::make_shared<FileItemData>(weak_from_this());
+    return m_pData;
+}
+
+std::shared_ptr<FileItem> FileItem::getParent() const {
+    const auto listener = m_pListener.lock();
+    return listener ? listener->getFileItemParent() : nullptr;
+}
+
+std::string FileItem::buildFullPath() {
+    if (m_sFullPath) return *m_sFullPath;
+    const auto parent = getParent();
+    m_sFullPath =
+        parent ? PathUtils::stringByAppendingPathComponent(parent->buildFullPath(), m_sNameWithExt)
+               : m_sNameWithExt;
+    return *m_sFullPath;
+}
+
+void FileItem::onAddedFileItem(const std::shared_ptr<FileItem>& item,
+                               const std::shared_ptr<FileItem>& parent) {
+    if (auto listener = m_pListener.lock()) listener->onAddedFileItem(item, parent);
+}
+
+void FileItem::onRemovedFileItem(const std::shared_ptr<FileItem>& item,
+                                 const std::shared_ptr<FileItem>& parent) {
+    if (auto listener = m_pListener.lock()) listener->onRemovedFileItem(item, parent);
+}

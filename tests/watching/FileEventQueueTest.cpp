@@ -1,0 +1,113 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <vector>
+
+#include "platform/NotificationCenter.h"
+#include "support/TempDir.h"
+#include "watching/FileEventQueue.h"
+#include "watching/WatchingTestSupport.h"
+
+using namespace std::chrono_literals;
+using testsupport::TempDir;
+
+namespace {
+
+struct Recorder : FileEventQueueDelegate {
+    std::vector<std::string>* log;
+    explicit Recorder(std::vector<std::string>* target) : log(target) {}
+    void receivedNotification(FileEventQueue&, const std::string& name,
+                              const std::string& path) override {
+        log->push_back("delegate " + name + " " + path);
+    }
+};
+
+TEST(FileEventQueue, RegistersEachPathOnceAndWidensOnlyOnRequest) {
+    TempDir dir;
+    const std::string path = dir.makeDir("w");
+    auto queue = FileEventQueue::create();
+    ASSERT_TRUE(queue);
+
+    queue->addPath("");
+    EXPECT_EQ(queue->addPathToQueue(dir / "missing", platform::kNoteAll), nullptr);
+    EXPECT_FALSE(queue->keepWatcherThreadRunning());  // nothing registered, no thread
+
+    queue->addPath(path, platform::kNoteWrite);
+    queue->addPath(path);  // already there: not widened
+    EXPECT_EQ(queue->numberOfWatchedPaths(), 1u);
+    EXPECT_TRUE(queue->keepWatcherThreadRunning());
+    auto entry = queue->addPathToQueue(path, platform::kNoteWrite);
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->subscriptionFlags(), platform::kNoteWrite);
+    EXPECT_EQ(queue->addPathToQueue(path, platform::kNoteRename), entry);
+    EXPECT_EQ(entry->subscriptionFlags(), platform::kNoteWrite | platform::kNoteRename);
+
+    queue->removePath(path);
+    EXPECT_EQ(queue->numberOfWatchedPaths(), 0u);
+}
+
+TEST(FileEventQueue, DeliversNamesInOrderToDelegateAndCentre) {
+    struct Case {
+        bool withDelegate;
+        bool alwaysPost;
+        std::vector<std::string> expected;  // with P for the path
+    };
+    const std::string renamed = FileEventQueueFileRenamedNotification;
+    const std::string deleted = FileEventQueueFileDeletedNotification;
+    const std::vector<Case> cases = {
+        {true, false, {"delegate " + renamed + " P", "delegate " + deleted + " P"}},
+        {true,
+         true,
+         {"delegate " + renamed + " P", "posted " + renamed + " P", "delegate " + deleted + " P",
+          "posted " + deleted + " P"}},
+        {false, false, {"posted " + renamed + " P", "posted " + deleted + " P"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.expected.front());
+        TempDir dir;
+        const std::string path = dir.writeFile("file", "x");
+        watchingtest::RealMainLoop loop;
+        std::vector<std::string> log;
+        auto delegate = std::make_shared<Recorder>(&log);
+        auto queue = FileEventQueue::create();
+        if (c.withDelegate) queue->setDelegate(delegate);
+        queue->setAlwaysPostNotifications(c.alwaysPost);
+        auto& center = platform::NotificationCenter::workspaceCenter();
+        const auto token =
+            center.addObserverForName("", queue.get(), [&log](const platform::Notification& n) {
+                log.push_back("posted " + n.name + " " + n.userInfo.at(kFileEventQueuePathKey));
+            });
+        // Rename and delete in one go; whether they arrive in one wake or two,
+        // the rename is reported first.
+        queue->addPath(path, platform::kNoteRename | platform::kNoteDelete);
+        std::rename(path.c_str(), (dir / "moved").c_str());
+        ::unlink((dir / "moved").c_str());
+        loop->runUntil([&] { return log.size() >= c.expected.size(); }, 5s);
+        center.removeObserver(token);
+
+        std::vector<std::string> expected;
+        for (std::string line : c.expected)
+            expected.push_back(line.replace(line.size() - 1, 1, path));
+        EXPECT_EQ(log, expected);
+    }
+}
+
+TEST(FileEventQueue, DestructionStopsTheThreadWhichClosesTheKernelQueue) {
+    TempDir dir;
+    watchingtest::RealMainLoop loop;
+    ASSERT_TRUE(watchingtest::watcherThreadsEnded());  // what earlier tests left
+    auto queue = FileEventQueue::create();
+    queue->addPath(dir.path());
+    ASSERT_TRUE(queue->keepWatcherThreadRunning());
+    const int fd = queue->coreQueueFD();
+    ASSERT_EQ(FileEventQueue::numberOfRunningWatcherThreads(), 1);
+
+    queue.reset();
+    // The thread closes the queue as its last act before it ends.
+    EXPECT_TRUE(watchingtest::watcherThreadsEnded(1500ms));
+    EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "dispatch/ManualMainQueue.h"
+#include "platform/NotificationCenter.h"
+#include "watching/UpdateRestarter.h"
+#include "watching/WatchingTestSupport.h"
+
+using namespace std::chrono_literals;
+using testsupport::TempDir;
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST(UpdateRestarter, TerminatesOnlyWhenTheBundlePathIsGone) {
+    TempDir dir;
+    dispatch::ScopedMainQueue scoped(std::make_shared<dispatch::ManualMainQueue>());
+    dir.makeDir("Present.app");
+    dir.makeSymlink("Dangling.app", dir / "nowhere");
+    const std::pair<std::optional<std::string>, bool> cases[] = {
+        {dir / "Present.app", false},
+        {dir / "Dangling.app", false},  // a link counts as there
+        {dir / "Missing.app", true},
+        {std::nullopt, true},
+    };
+    for (const auto& [path, terminates] : cases) {
+        int terminations = 0;
+        auto restarter = UpdateRestarter::create(path, [&] { ++terminations; });
+        auto sender = FileEventQueue::create();
+        restarter->receivedNotification(*sender, FileEventQueueFileWrittenToNotification,
+                                        path.value_or(""));
+        EXPECT_EQ(terminations, terminates ? 1 : 0) << path.value_or("nil");
+    }
+}
+
+TEST(UpdateRestarter, RealChangesEndTheApplicationOnlyWhenTheBundleLeaves) {
+    for (const bool moveAway : {true, false}) {
+        SCOPED_TRACE(moveAway ? "moved away" : "deleted");
+        TempDir dir;
+        const std::string bundle = watchingtest::makeBundle(dir, "Helper.app");
+        watchingtest::RealMainLoop loop;
+        int terminations = 0;
+        UpdateRestarter::setApplicationTerminate([&] { ++terminations; });
+        struct Uninstall {
+            ~Uninstall() { UpdateRestarter::setApplicationTerminate(nullptr); }
+        } uninstall;
+        auto restarter = UpdateRestarter::create(bundle);  // the application's terminate path
+        FileEventQueue& queue = *restarter->getFileEventQueue();
+        queue.setAlwaysPostNotifications(true);  // lets the test see each delivery
+        int deliveries = 0;
+        auto& center = platform::NotificationCenter::workspaceCenter();
+        const auto token = center.addObserverForName(
+            "", &queue, [&](const platform::Notification&) { ++deliveries; });
+
+        dir.writeFile("Helper.app/Contents/new-file");
+        fs::permissions(bundle, fs::perms::owner_all);
+        ASSERT_TRUE(loop->runUntil([&] { return deliveries > 0; }, 4s));
+        EXPECT_EQ(terminations, 0);
+
+        if (moveAway) {
+            std::rename(bundle.c_str(), (dir / "Elsewhere.app").c_str());
+        } else {
+            fs::remove_all(bundle);
+        }
+        EXPECT_TRUE(loop->runUntil([&] { return terminations > 0; }, 4s));
+        center.removeObserver(token);
+    }
+}
+
+TEST(UpdateRestarterDeathTest, WithoutAnApplicationTerminateTheProcessExits) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            // Only the child runs this; removing the whole folder is the change.
+            const fs::path folder =
+                fs::temp_directory_path() / ("sweepwell-restarter-" + std::to_string(::getpid()));
+            fs::create_directories(folder / "Helper.app/Contents");
+            auto loop = std::make_shared<dispatch::RunLoopMainQueue>();
+            dispatch::ScopedMainQueue scoped(loop);
+            auto restarter = UpdateRestarter::create((folder / "Helper.app").string());
+            fs::remove_all(folder);
+            loop->runUntil([] { return false; }, 5s);
+            std::exit(3);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

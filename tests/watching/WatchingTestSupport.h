@@ -1,0 +1,56 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "dispatch/RunLoopMainQueue.h"
+#include "support/TempDir.h"
+#include "watching/FileEventQueue.h"
+
+namespace watchingtest {
+
+// Makes an application-like bundle folder with an Info.plist; without an
+// identifier the plist has none.
+inline std::string makeBundle(const testsupport::TempDir& dir, const std::string& relative,
+                              const std::optional<std::string>& identifier = "com.example.app") {
+    std::string plist =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+        "<key>CFBundleName</key><string>App</string>";
+    if (identifier) plist += "<key>CFBundleIdentifier</key><string>" + *identifier + "</string>";
+    plist += "</dict></plist>\n";
+    dir.writeFile(relative + "/Contents/Info.plist", plist);
+    return dir / relative;
+}
+
+// Whether every watcher thread has closed its queue and ended within the time.
+inline bool watcherThreadsEnded(std::chrono::milliseconds timeout = std::chrono::seconds(3)) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (FileEventQueue::numberOfRunningWatcherThreads() != 0) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+// The real-time main queue of a test that uses the kernel. Declared before
+// the watchers, it outlives them, and at its end waits for their threads to
+// finish so that none is still handing it a block.
+class RealMainLoop {
+public:
+    RealMainLoop() : scoped(loop) {}
+    ~RealMainLoop() { EXPECT_TRUE(watcherThreadsEnded()); }
+    dispatch::RunLoopMainQueue* operator->() const { return loop.get(); }
+    dispatch::RunLoopMainQueue& operator*() const { return *loop; }
+
+private:
+    std::shared_ptr<dispatch::RunLoopMainQueue> loop =
+        std::make_shared<dispatch::RunLoopMainQueue>();
+    dispatch::ScopedMainQueue scoped;
+};
+
+}  // namespace watchingtest
