@@ -1,0 +1,188 @@
+#include "messages/FileMessage.h"
+
+#include <unistd.h>
+
+#include <atomic>
+
+#include "environment/ApplicationDirectoryUtils.h"
+#include "messages/KeyedArchive.h"
+#include "messages/MessageFileUtils.h"
+#include "platform/Bundle.h"
+#include "platform/LaunchServices.h"
+#include "platform/PathUtils.h"
+#include "platform/Workspace.h"
+
+namespace {
+
+std::atomic<std::uint64_t> s_nNameCounter{0};
+
+// The body's command when it is a dictionary with a string "command".
+const std::string* commandOf(const std::shared_ptr<const FileMessage>& message) {
+    if (!message) return nullptr;
+    const auto body = message->data();
+    if (!body) return nullptr;
+    const ArchivedObject* command = body->objectForKey(FileMessage::kCommandKey);
+    return command ? command->asString() : nullptr;
+}
+
+}  // namespace
+
+FileMessage::FileMessage(std::int64_t type, MessageEnvironment environment)
+    : _type(type), m_pEnvironment(std::move(environment)) {}
+
+std::shared_ptr<FileMessage> FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+    const ArchivedObject::Array& paths, MessageEnvironment environment) {
+    ArchivedObject::Array strings;
+    for (const ArchivedObject& path : paths) {
+        if (path.asString()) strings.push_back(path);
+    }
+    auto message = std::make_shared<FileMessage>(kTypeForHelper, std::move(environment));
+    message->setData(std::make_shared<const ArchivedObject>(ArchivedObject::Dictionary{
+        {ArchivedObject(kCommandKey), ArchivedObject(kExcludePathsCommand)},
+        {ArchivedObject(kPathsKey), ArchivedObject(std::move(strings))}}));
+    return message;
+}
+
+std::shared_ptr<FileMessage> FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+    const std::vector<std::string>& paths, MessageEnvironment environment) {
+    ArchivedObject::Array objects(paths.begin(), paths.end());
+    return CreateMessageForHelperToExcludeRemovedPaths(objects, std::move(environment));
+}
+
+std::shared_ptr<FileMessage> FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths(
+    MessageEnvironment environment) {
+    auto message = std::make_shared<FileMessage>(kTypeForHelper, std::move(environment));
+    message->setData(std::make_shared<const ArchivedObject>(ArchivedObject::Dictionary{
+        {ArchivedObject(kCommandKey), ArchivedObject(kClearExcludePathsCommand)}}));
+    return message;
+}
+
+bool FileMessage::ReadExcludePaths(std::vector<std::string>* paths,
+                                   const std::shared_ptr<const FileMessage>& message) {
+    const std::string* command = commandOf(message);
+    if (!command || *command != kExcludePathsCommand) return false;
+    const ArchivedObject* list = message->data()->objectForKey(kPathsKey);
+    if (!list || !list->asArray()) return false;
+    if (paths) {
+        std::vector<std::string> strings;
+        for (const ArchivedObject& element : *list->asArray()) {
+            if (const std::string* path = element.asString()) strings.push_back(*path);
+        }
+        *paths = std::move(strings);
+    }
+    return true;
+}
+
+bool FileMessage::ReadCancelExcludeRemovedPathsFromMessage(
+    const std::shared_ptr<const FileMessage>& message) {
+    const std::string* command = commandOf(message);
+    return command && *command == kClearExcludePathsCommand;
+}
+
+std::shared_ptr<FileMessage> FileMessage::loadFromFile(const std::optional<std::string>& path) {
+    if (!path) return nullptr;
+    const auto bytes = MessageFileUtils::readFile(*path, MessageFileUtils::kMaxMessageFileSize);
+    // Consumed by the first attempt to read it, good or bad.
+    ::unlink(path->c_str());
+    if (!bytes) return nullptr;
+    auto body = KeyedArchive::unarchiveObjectWithData(
+        reinterpret_cast<const std::uint8_t*>(bytes->data()), bytes->size());
+    if (!body) return nullptr;
+    auto message = std::make_shared<FileMessage>(kTypeReceived, MessageEnvironment{});
+    message->setData(std::make_shared<const ArchivedObject>(std::move(*body)));
+    return message;
+}
+
+std::shared_ptr<const ArchivedObject> FileMessage::data() const {
+    std::lock_guard<std::mutex> lock(m_dataLock);
+    return m_pData;
+}
+
+void FileMessage::setData(std::shared_ptr<const ArchivedObject> data) {
+    std::lock_guard<std::mutex> lock(m_dataLock);
+    m_pData = std::move(data);
+}
+
+std::optional<std::string> FileMessage::receiverAppBundleId() const {
+    if (_type != kTypeForHelper) return std::nullopt;
+    return m_pEnvironment.helperAppBundleId;
+}
+
+std::optional<std::string> FileMessage::messageExtension() const {
+    if (_type != kTypeForHelper) return std::nullopt;
+    return std::string(kMessageExtension);
+}
+
+void FileMessage::transmit() const {
+    if (!data() || _type != kTypeForHelper) return;
+    const auto application = getAppPathForMessage();
+    if (!application) return;
+    const auto file = saveToFile();
+    if (!file) return;
+    (void)platform::Workspace::openFile(*file, *application);
+}
+
+std::optional<std::string> FileMessage::getAppPathForMessage() const {
+    const auto receiver = receiverAppBundleId();
+    if (!receiver) return std::nullopt;
+    std::optional<std::string> candidate;
+    const auto running = platform::Workspace::runningApplicationsWithBundleIdentifier(*receiver);
+    if (!running.empty() && !running.front().executableURL.empty()) {
+        candidate = running.front().executableURL;
+    }
+    if (*receiver == m_pEnvironment.mainAppBundleId && !candidate) {
+        candidate = findRelativeAppWithBundleId(*receiver);
+        if (!candidate) {
+            candidate = platform::LaunchServices::urlForApplicationWithBundleIdentifier(
+                *receiver, m_pEnvironment.applicationFolders);
+        }
+    }
+    return candidate;
+}
+
+std::optional<std::string> FileMessage::findRelativeAppWithBundleId(
+    const std::string& bundleId) const {
+    if (m_pEnvironment.ownBundleId != m_pEnvironment.helperAppBundleId ||
+        bundleId != m_pEnvironment.mainAppBundleId) {
+        return std::nullopt;
+    }
+    auto enclosing = ApplicationDirectoryUtils::parentAppPathForPath(m_pEnvironment.ownBundlePath);
+    if (!enclosing) return std::nullopt;
+    auto bundle = platform::Bundle::bundleWithPath(*enclosing);
+    if (!bundle || bundle->bundleIdentifier() != bundleId) return std::nullopt;
+    return enclosing;
+}
+
+std::optional<std::string> FileMessage::saveToFile() const {
+    const std::string& folder = m_pEnvironment.messageFolder;
+    const auto body = data();
+    if (folder.empty() || !body) return std::nullopt;
+    MessageFileUtils::createFolder(folder);
+    const std::vector<std::uint8_t> bytes = KeyedArchive::archivedDataWithRootObject(*body);
+    if (bytes.empty()) return std::nullopt;
+    const auto extension = messageExtension();
+    if (!extension) return std::nullopt;
+    const std::string name = createUniqueFileNameInFolder(folder, *extension);
+    if (name.empty()) return std::nullopt;
+    const std::string path = PathUtils::stringByAppendingPathComponent(folder, name);
+    const std::string_view contents(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (!MessageFileUtils::writeFileAtomically(path, contents)) return std::nullopt;
+    return path;
+}
+
+std::string FileMessage::createUniqueFileNameInFolder(const std::string& folder,
+                                                      const std::string& extension) {
+    for (;;) {
+        const auto name = PathUtils::stringByAppendingPathExtension(getRandomString(), extension);
+        if (!name) return {};
+        if (!MessageFileUtils::existsWithoutFollowingLink(
+                PathUtils::stringByAppendingPathComponent(folder, *name))) {
+            return *name;
+        }
+    }
+}
+
+std::string FileMessage::getRandomString() {
+    return MessageFileUtils::randomString(++s_nNameCounter,
+                                          MessageFileUtils::secondsSinceReferenceDate());
+}

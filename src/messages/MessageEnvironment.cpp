@@ -1,0 +1,27 @@
+#include "messages/MessageEnvironment.h"
+
+#include "environment/WatcherSettings.h"
+#include "platform/Bundle.h"
+#include "platform/LaunchServices.h"
+#include "platform/PathUtils.h"
+#include "platform/TemporaryDirectory.h"
+
+MessageEnvironment MessageEnvironment::standard() {
+    const WatcherSettings& settings = WatcherSettings::GetInstance();
+    MessageEnvironment environment;
+    environment.mainAppBundleId = settings.getMainAppBundleID();
+    environment.helperAppBundleId = settings.getHelperAppBundleID();
+    // Without a private temporary folder there is nowhere safe to write: the
+    // empty folder makes every write fail.
+    const std::string temporary = platform::temporaryDirectory();
+    if (!temporary.empty()) {
+        environment.messageFolder =
+            PathUtils::stringByAppendingPathComponent(temporary, environment.helperAppBundleId);
+    }
+    if (auto bundle = platform::Bundle::mainBundle()) {
+        environment.ownBundlePath = bundle->path();
+        environment.ownBundleId = bundle->bundleIdentifier();
+    }
+    environment.applicationFolders = platform::LaunchServices::applicationFolders();
+    return environment;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "messages/MessageEnvironment.h"
+#include "messages/PathForRemove.h"
+
+// Hands a removal list to the Main application: writes the list file and has
+// the Main application open it.
+class NotificationsManager {
+public:
+    static NotificationsManager& GetInstance();
+
+    explicit NotificationsManager(MessageEnvironment environment);
+
+    // Does nothing for an empty list or when no Main application is found.
+    // When the list cannot be written, the Main application is still started
+    // (opened with itself), so that the user at least sees it.
+    void removeFilePaths(const std::vector<std::shared_ptr<PathForRemove>>& paths) const;
+
+    // The Main application to hand the list to: the application bundle that
+    // encloses the Helper's own bundle when it has the Main application's
+    // identifier; else the executable of the first running copy; else the
+    // first installed copy. nullopt when there is none.
+    std::optional<std::string> findMainApplication() const;
+
+private:
+    MessageEnvironment m_pEnvironment;
+};

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+// Running and starting applications.
+namespace platform::Workspace {
+
+// A process of this user that runs an application bundle's executable.
+struct RunningApplication {
+    pid_t processIdentifier = 0;
+    // The ".app" folder.
+    std::string bundleURL;
+    // The bundle's executable the process runs.
+    std::string executableURL;
+};
+
+// The processes of the real user whose program is the executable of an
+// application bundle (Contents/MacOS/<executable> directly in a "*.app"
+// folder) with exactly this identifier, by increasing process id. The program
+// is the process's executable file or, for a script started through its "#!"
+// line, the script (the interpreter's first argument).
+std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
+    const std::string& bundleId);
+// The same over another process folder (tests give a fake one).
+std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
+    const std::string& bundleId, const std::string& procFolder, uid_t uid);
+
+// Starts the application with the file as its only argument and returns at
+// once: the application runs in a session of its own, from "/", with
+// standard input from /dev/null, and is not our child (no zombie is left and
+// nobody waits for it). `application` is an application bundle (its
+// executable is run), an executable file, or the bare name of an application
+// in the application folders ("Name" or "Name.app"). True when the program
+// was started; false when there is no such application or it could not be
+// executed. An empty `path` starts the application with no argument.
+bool openFile(const std::string& path, const std::string& application);
+
+// The program openFile would run for `application`; empty when there is none.
+std::string executableForApplication(const std::string& application);
+
+}  // namespace platform::Workspace

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <regex>
+
+#include "messages/FileMessage.h"
+#include "messages/KeyedArchive.h"
+#include "platform/SampleApplication.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using Array = ArchivedObject::Array;
+using Dictionary = ArchivedObject::Dictionary;
+using testsupport::SampleApplication;
+
+// Identifiers no real application has, so that no test reaches one.
+MessageEnvironment testEnvironment(const testsupport::TempDir& dir) {
+    MessageEnvironment environment;
+    environment.messageFolder = dir / "shared";
+    environment.mainAppBundleId = "com.example.TestMain-" + std::to_string(::getpid());
+    environment.helperAppBundleId = "com.example.TestHelper-" + std::to_string(::getpid());
+    environment.applicationFolders = {dir / "Applications"};
+    return environment;
+}
+
+std::shared_ptr<FileMessage> received(std::optional<ArchivedObject> body) {
+    auto message = std::make_shared<FileMessage>(FileMessage::kTypeReceived, MessageEnvironment{});
+    if (body) message->setData(std::make_shared<const ArchivedObject>(std::move(*body)));
+    return message;
+}
+
+TEST(FileMessage, ReadOperationsCheckTheCommandAndTheirArguments) {
+    const ArchivedObject four{PlistValue(4)};
+    const std::vector<std::string> none = {"untouched"};
+    struct Case {
+        std::shared_ptr<FileMessage> message;
+        std::vector<std::string> excludePaths;  // `none`: not an exclude command
+        bool isClear;
+    };
+    const std::vector<Case> cases = {
+        {FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+             Array{"/a.app", four, ArchivedObject(), "/b.app"}, {}),
+         {"/a.app", "/b.app"},
+         false},
+        {FileMessage::CreateMessageForHelperToExcludeRemovedPaths(Array{}, {}), {}, false},
+        {FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths({}), none, true},
+        {received(Dictionary{{"command", "exclude-paths"}, {"paths", "/a.app"}}), none, false},
+        {received(Dictionary{{"command", "exclude-paths"}}), none, false},
+        {received(
+             Dictionary{{"command", "exclude-paths"}, {"paths", Array{four, "/x", four, "/y"}}}),
+         {"/x", "/y"},
+         false},
+        {received(Dictionary{{"command", four}}), none, false},
+        {received(Dictionary{{"command", "exclude"}}), none, false},
+        {received(Array{"exclude-paths"}), none, false},
+        {received(std::nullopt), none, false},
+        {nullptr, none, false},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(i);
+        const Case& c = cases[i];
+        std::vector<std::string> paths = none;
+        EXPECT_EQ(FileMessage::ReadExcludePaths(&paths, c.message), c.excludePaths != none);
+        EXPECT_EQ(paths, c.excludePaths);
+        EXPECT_EQ(FileMessage::ReadExcludePaths(nullptr, c.message), c.excludePaths != none);
+        EXPECT_EQ(FileMessage::ReadCancelExcludeRemovedPathsFromMessage(c.message), c.isClear);
+    }
+}
+
+TEST(FileMessage, FilesAreWrittenToTheSharedFolderAndConsumedWhenLoaded) {
+    testsupport::TempDir dir;
+    const auto environment = testEnvironment(dir);
+    auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+        std::vector<std::string>{"/Applications/Old.app", "/Users/u/\u00c9.app"}, environment);
+    EXPECT_EQ(message->receiverAppBundleId(), environment.helperAppBundleId);
+    const auto path = message->saveToFile();
+    ASSERT_TRUE(path.has_value());
+    EXPECT_TRUE(std::regex_match(
+        *path, std::regex(environment.messageFolder + "/random_[0-9]+-[0-9]+\\.msgforswhelp")));
+
+    const auto loaded = FileMessage::loadFromFile(*path);
+    ASSERT_TRUE(loaded && loaded->data());
+    EXPECT_EQ(loaded->type(), FileMessage::kTypeReceived);
+    EXPECT_EQ(*loaded->data(), *message->data());
+    EXPECT_EQ(FileMessage::loadFromFile(*path), nullptr);  // consumed
+
+    // Bad files are consumed too, and give nothing.
+    const auto valid = KeyedArchive::archivedDataWithRootObject(ArchivedObject("x"));
+    for (const std::string& contents :
+         {std::string(), std::string("garbage"), std::string("<plist><dict/></plist>"),
+          std::string(valid.begin(),
+                      valid.begin() + static_cast<std::ptrdiff_t>(valid.size() / 2))}) {
+        const std::string bad = dir.writeFile("bad.msgforswhelp", contents);
+        EXPECT_EQ(FileMessage::loadFromFile(bad), nullptr) << contents;
+        EXPECT_NE(::access(bad.c_str(), F_OK), 0);
+    }
+    EXPECT_EQ(FileMessage::loadFromFile(std::nullopt), nullptr);
+    EXPECT_EQ(received(ArchivedObject(Dictionary{}))->saveToFile(), std::nullopt);
+}
+
+TEST(FileMessage, ReachesOnlyARunningHelper) {
+    testsupport::TempDir dir;
+    const auto environment = testEnvironment(dir);
+    SampleApplication::make(dir, "Applications/Helper.app", environment.helperAppBundleId);
+    const auto helper =
+        SampleApplication::make(dir, "Running/Helper.app", environment.helperAppBundleId);
+    const std::vector<std::string> paths = {"/Applications/Gone.app"};
+    auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths, environment);
+    // An installed Helper does not count, and a received message goes nowhere.
+    EXPECT_EQ(message->getAppPathForMessage(), std::nullopt);
+    message->transmit();
+    received(ArchivedObject(Dictionary{}))->transmit();
+    EXPECT_NE(::access(environment.messageFolder.c_str(), F_OK), 0);
+
+    testsupport::RunningSample running(helper.executablePath);
+    EXPECT_EQ(message->getAppPathForMessage(), helper.executablePath);
+    message->transmit();
+    const auto record = helper.waitForRecord();
+    ASSERT_EQ(record.size(), 2u);
+    std::vector<std::string> got;
+    ASSERT_TRUE(FileMessage::ReadExcludePaths(&got, FileMessage::loadFromFile(record[1])));
+    EXPECT_EQ(got, paths);
+}
+
+TEST(FileMessage, FindsTheEnclosingMainApplicationOnlyFromTheHelper) {
+    testsupport::TempDir dir;
+    auto environment = testEnvironment(dir);
+    const auto main = SampleApplication::make(dir, "Main.app", environment.mainAppBundleId);
+    environment.ownBundlePath =
+        SampleApplication::make(dir, "Main.app/Contents/Library/LoginItems/Helper.app",
+                                environment.helperAppBundleId)
+            .bundlePath;
+    environment.ownBundleId = environment.helperAppBundleId;
+    const FileMessage fromHelper(FileMessage::kTypeForHelper, environment);
+    EXPECT_EQ(fromHelper.findRelativeAppWithBundleId(environment.mainAppBundleId), main.bundlePath);
+    EXPECT_EQ(fromHelper.findRelativeAppWithBundleId(environment.helperAppBundleId), std::nullopt);
+    environment.ownBundleId = environment.mainAppBundleId;
+    EXPECT_EQ(FileMessage(FileMessage::kTypeForHelper, environment)
+                  .findRelativeAppWithBundleId(environment.mainAppBundleId),
+              std::nullopt);
+}
+
+}  // namespace

@@ -1,0 +1,297 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+
+#include "messages/KeyedArchive.h"
+#include "platform/PropertyList.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using Array = ArchivedObject::Array;
+using Dictionary = ArchivedObject::Dictionary;
+using Fields = std::map<std::string, ArchivedObject>;
+
+ArchivedObject number(long long value) {
+    return ArchivedObject(PlistValue(value));
+}
+ArchivedObject instance(const std::string& name, Fields fields,
+                        std::vector<std::string> chain = {}) {
+    chain.insert(chain.begin(), name);
+    chain.push_back("NSObject");
+    return ArchivedObject(ArchivedObject::Instance{name, chain, std::move(fields)});
+}
+
+// A binary property list put together byte by byte as the platform's writer
+// lays it out: objects, a table of 2-byte offsets, the trailer; references
+// are one byte.
+class BinaryPlist {
+public:
+    std::uint8_t add(std::string bytes) {
+        m_arrObjects.push_back(std::move(bytes));
+        return static_cast<std::uint8_t>(m_arrObjects.size() - 1);
+    }
+    std::uint8_t ascii(const std::string& text) { return add(marker(0x50, text.size()) + text); }
+    std::uint8_t utf16(const std::u16string& text) {  // big-endian units
+        std::string bytes = marker(0x60, text.size());
+        for (char16_t unit : text) bytes += bigEndian(unit, 2);
+        return add(bytes);
+    }
+    std::uint8_t integer(std::uint32_t value) { return add("\x12" + bigEndian(value, 4)); }
+    std::uint8_t uid(std::uint8_t value) { return add(std::string("\x80") + char(value)); }
+    std::uint8_t array(const std::vector<std::uint8_t>& refs) {
+        return add(marker(0xA0, refs.size()) + std::string(refs.begin(), refs.end()));
+    }
+    std::uint8_t dict(const std::vector<std::pair<std::uint8_t, std::uint8_t>>& entries) {
+        std::string keys, values;
+        for (auto [key, value] : entries) keys += char(key), values += char(value);
+        return add(marker(0xD0, entries.size()) + keys + values);
+    }
+    std::vector<std::uint8_t> build(std::uint8_t root) const {
+        std::string bytes = "bplist00", offsets;
+        for (const std::string& object : m_arrObjects) {
+            offsets += bigEndian(bytes.size(), 2);
+            bytes += object;
+        }
+        const std::size_t table = bytes.size();
+        bytes += offsets + std::string(6, '\0') + "\x02\x01" + bigEndian(m_arrObjects.size(), 8) +
+                 bigEndian(root, 8) + bigEndian(table, 8);
+        return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
+    }
+
+private:
+    static std::string bigEndian(std::uint64_t value, int width) {
+        std::string bytes;
+        for (int i = width - 1; i >= 0; --i) bytes += static_cast<char>((value >> (8 * i)) & 0xFF);
+        return bytes;
+    }
+    static std::string marker(std::uint8_t type, std::size_t count) {
+        if (count < 15) return std::string(1, static_cast<char>(type | count));
+        return std::string(1, static_cast<char>(type | 0x0F)) + "\x10" + char(count);
+    }
+    std::vector<std::string> m_arrObjects;
+};
+
+// What the platform's archiver writes for a command body made of mutable
+// objects, one path stored as UTF-16.
+std::vector<std::uint8_t> handMadeCommandArchive() {
+    BinaryPlist p;
+    auto classEntry = [&](std::vector<std::string> names) {
+        std::vector<std::uint8_t> refs;
+        for (const auto& name : names) refs.push_back(p.ascii(name));
+        return p.dict({{p.ascii("$classes"), p.array(refs)}, {p.ascii("$classname"), refs[0]}});
+    };
+    const auto classKey = p.ascii("$class");
+    const std::vector<std::uint8_t> objects = {
+        p.ascii("$null"),
+        p.dict({{classKey, p.uid(6)},
+                {p.ascii("NS.keys"), p.array({p.uid(2), p.uid(3)})},
+                {p.ascii("NS.objects"), p.array({p.uid(4), p.uid(7)})}}),
+        p.ascii("command"),
+        p.ascii("paths"),
+        p.dict({{classKey, p.uid(5)}, {p.ascii("NS.string"), p.ascii("exclude-paths")}}),
+        classEntry({"NSMutableString", "NSString", "NSObject"}),
+        classEntry({"NSMutableDictionary", "NSDictionary", "NSObject"}),
+        p.dict({{classKey, p.uid(8)}, {p.ascii("NS.objects"), p.array({p.uid(9), p.uid(10)})}}),
+        classEntry({"NSMutableArray", "NSArray", "NSObject"}),
+        p.ascii("/Applications/Old.app"),
+        p.utf16(u"/Users/Jos\u00e9/\u00c9t\u00e9.app"),
+    };
+    return p.build(p.dict({{p.ascii("$version"), p.integer(100000)},
+                           {p.ascii("$archiver"), p.ascii("NSKeyedArchiver")},
+                           {p.ascii("$top"), p.dict({{p.ascii("root"), p.uid(1)}})},
+                           {p.ascii("$objects"), p.array(objects)}}));
+}
+
+TEST(KeyedArchive, ReadsTheArchiversBytesAndWritesItsLayout) {
+    const ArchivedObject body(Dictionary{
+        {"command", "exclude-paths"},
+        {"paths", Array{"/Applications/Old.app", "/Users/Jos\u00e9/\u00c9t\u00e9.app"}}});
+    EXPECT_EQ(KeyedArchive::unarchiveObjectWithData(handMadeCommandArchive()), body);
+
+    const PlistValue archive = *KeyedArchive::archivedRootObject(body);
+    const PlistArray objects = *archive.objectForKey("$objects")->asArray();
+    auto at = [&](const PlistValue& uid) { return objects.at(*uid.asUid()); };
+    EXPECT_EQ(*archive.objectForKey("$archiver"), PlistValue("NSKeyedArchiver"));
+    EXPECT_EQ(*archive.objectForKey("$version"), PlistValue(100000));
+    EXPECT_EQ(*archive.objectForKey("$top"), PlistValue(PlistDictionary{{"root", PlistUid{1}}}));
+    EXPECT_EQ(objects.at(0), PlistValue("$null"));
+    const PlistValue& root = objects.at(1);
+    EXPECT_EQ(at(*root.objectForKey("$class")),
+              PlistValue(PlistDictionary{{"$classname", "NSDictionary"},
+                                         {"$classes", PlistArray{"NSDictionary", "NSObject"}}}));
+    EXPECT_EQ(at(root.objectForKey("NS.keys")->asArray()->at(0)), PlistValue("command"));
+    EXPECT_EQ(at(root.objectForKey("NS.objects")->asArray()->at(0)), PlistValue("exclude-paths"));
+}
+
+TEST(KeyedArchive, RoundTripsEveryKindItWrites) {
+    const std::vector<ArchivedObject> cases = {
+        ArchivedObject(Dictionary{}),
+        ArchivedObject(Array{}),
+        ArchivedObject("a string"),
+        ArchivedObject(),
+        ArchivedObject(Dictionary{
+            {"numbers", Array{number(-1), number(1LL << 40), ArchivedObject(PlistValue(2.5)),
+                              ArchivedObject(PlistValue(true))}},
+            {"nested", Array{Array{Array{"deep"}}, Dictionary{{"k", ArchivedObject()}}}},
+            {"data", ArchivedObject(PlistValue(PlistData{0, 1, 255}))},
+            {"date", ArchivedObject(PlistValue(PlistDate{123456789.5}))},
+            {"shared", Array{"twice", "twice", "\u65e5\u672c"}},
+            {number(7), "a number as a key"}}),
+    };
+    for (const ArchivedObject& object : cases) {
+        EXPECT_EQ(
+            KeyedArchive::unarchiveObjectWithData(KeyedArchive::archivedDataWithRootObject(object)),
+            object);
+    }
+    // Instances and UIDs are only ever read.
+    EXPECT_TRUE(KeyedArchive::archivedDataWithRootObject(instance("NSURL", {})).empty());
+    EXPECT_TRUE(KeyedArchive::archivedDataWithRootObject(PlistValue(PlistUid{1})).empty());
+}
+
+TEST(KeyedArchive, RefusesMalformedArchives) {
+    const ArchivedObject body(Dictionary{{"command", "exclude-paths"}, {"paths", Array{"/a"}}});
+    const PlistValue good = *KeyedArchive::archivedRootObject(body);
+    auto top = [](PlistValue& a) -> PlistDictionary& { return *a.asDictionary(); };
+    auto objects = [&](PlistValue& a) -> PlistArray& { return *top(a)["$objects"].asArray(); };
+    auto root = [&](PlistValue& a) -> PlistDictionary& { return *objects(a)[1].asDictionary(); };
+    auto rootClass = [&](PlistValue& a) -> PlistDictionary& {
+        return *objects(a)[*root(a)["$class"].asUid()].asDictionary();
+    };
+    // Arrays each holding the next `fanOut` times, ending in a string.
+    auto chain = [](std::uint64_t length, std::size_t fanOut) {
+        PlistArray list{"$null"};
+        for (std::uint64_t i = 0; i < length; ++i) {
+            list.push_back(PlistDictionary{{"$class", PlistUid{length + 2}},
+                                           {"NS.objects", PlistArray(fanOut, PlistUid{i + 2})}});
+        }
+        list.push_back("end");
+        list.push_back(PlistDictionary{{"$classname", "NSArray"}});
+        return list;
+    };
+    auto deepField = [] {
+        PlistValue field = "bottom";
+        for (std::size_t i = 0; i < KeyedArchive::kMaxDepth + 10; ++i) field = PlistArray{field};
+        return PlistArray{"$null", PlistDictionary{{"$class", PlistUid{2}}, {"f", field}},
+                          PlistDictionary{{"$classname", "Custom"}}};
+    };
+    const std::uint64_t count = good.objectForKey("$objects")->asArray()->size();
+
+    const std::vector<std::pair<const char*, std::function<void(PlistValue&)>>> cases = {
+        {"another archiver", [&](PlistValue& a) { top(a)["$archiver"] = "NSArchiver"; }},
+        {"another version", [&](PlistValue& a) { top(a)["$version"] = 99999; }},
+        {"no top", [&](PlistValue& a) { top(a).erase("$top"); }},
+        {"root out of range",
+         [&](PlistValue& a) {
+             top(a)["$top"] = PlistDictionary{{"root", PlistUid{count}}};
+         }},
+        {"root nil",
+         [&](PlistValue& a) {
+             top(a)["$top"] = PlistDictionary{{"root", PlistUid{}}};
+         }},
+        {"no $null first", [&](PlistValue& a) { objects(a)[0] = "null"; }},
+        {"a cycle",
+         [&](PlistValue& a) {
+             root(a)["NS.objects"] = PlistArray{PlistUid{1}, PlistUid{1}};
+         }},
+        {"more keys than values",
+         [&](PlistValue& a) { root(a)["NS.objects"].asArray()->pop_back(); }},
+        {"a member not a UID",
+         [&](PlistValue& a) { root(a)["NS.keys"].asArray()->at(0) = "command"; }},
+        {"a nil key", [&](PlistValue& a) { root(a)["NS.keys"].asArray()->at(0) = PlistUid{0}; }},
+        {"a member out of range",
+         [&](PlistValue& a) { root(a)["NS.keys"].asArray()->at(0) = PlistUid{1u << 30}; }},
+        {"no class", [&](PlistValue& a) { root(a).erase("$class"); }},
+        {"class unnamed", [&](PlistValue& a) { rootClass(a).erase("$classname"); }},
+        {"class chain not strings",
+         [&](PlistValue& a) {
+             rootClass(a)["$classes"] = PlistArray{"NSDictionary", 5};
+         }},
+        {"a string object without its string",
+         [&](PlistValue& a) {
+             rootClass(a) = PlistDictionary{{"$classname", "NSMutableString"}};
+         }},
+        {"a plain list as an object",
+         [&](PlistValue& a) { objects(a)[1] = PlistArray{PlistUid{2}}; }},
+        {"too deep", [&](PlistValue& a) { objects(a) = chain(KeyedArchive::kMaxDepth + 10, 1); }},
+        {"doubling at every level", [&](PlistValue& a) { objects(a) = chain(40, 2); }},
+        {"a field too deep", [&](PlistValue& a) { objects(a) = deepField(); }},
+    };
+    for (const auto& [what, change] : cases) {
+        PlistValue archive = good;
+        change(archive);
+        EXPECT_EQ(KeyedArchive::unarchiveObjectWithArchive(archive), std::nullopt) << what;
+    }
+    // Just inside the limits.
+    for (const PlistArray& list : {chain(KeyedArchive::kMaxDepth - 2, 1), chain(12, 2)}) {
+        PlistValue archive = good;
+        objects(archive) = list;
+        EXPECT_TRUE(KeyedArchive::unarchiveObjectWithArchive(archive).has_value());
+    }
+}
+
+TEST(KeyedArchive, RefusesEveryTruncation) {
+    const auto bytes = handMadeCommandArchive();
+    for (std::size_t size = 0; size < bytes.size(); ++size) {
+        EXPECT_EQ(KeyedArchive::unarchiveObjectWithData(bytes.data(), size), std::nullopt) << size;
+    }
+    // Single changed bytes are the fuzz target's business.
+}
+
+TEST(KeyedArchive, ReadsArchivesMadeByThePlatform) {
+    const char* fixtures = std::getenv("SWEEPWELL_FIXTURES");
+    const std::string folder = std::string(fixtures ? fixtures : "") + "/keyed-archives/";
+    if (!fixtures || !PropertyList::readFile(folder + "NSSet-Numbers.archive")) {
+        GTEST_SKIP() << "no keyed-archive fixtures (SWEEPWELL_FIXTURES)";
+    }
+    auto url = [](const std::string& base, const std::string& relative) {
+        return instance("NSURL", {{"NS.base", instance("NSURL", {{"NS.relative", base}})},
+                                  {"NS.relative", relative}});
+    };
+    const ArchivedObject font(Dictionary{{"Font", "Helvetica"}, {"Size", number(123)}});
+    const ArchivedObject times(Dictionary{{"Size", number(456)}, {"Font", "Times"}});
+    const std::vector<std::pair<const char*, ArchivedObject>> cases = {
+        {"NSKeyedUnarchiver-ArrayTest.plist", Array{"baa", "baa", "black", "sheep"}},
+        {"NSKeyedUnarchiver-ComplexTest.plist",
+         Dictionary{
+             {"array", Array{ArchivedObject(), "hello", number(34545), Dictionary{{"key", "val"}}}},
+             {"string", "hello"},
+             {"url", url("https://www.swift.org", "index.xml")},
+             {"uuid", instance("NSUUID", {{"NS.uuidbytes",
+                                           PlistValue(PlistData{0x71, 0xdc, 0x06, 0x8e, 0x34, 0x20,
+                                                                0x45, 0xff, 0x91, 0x9e, 0x3a, 0x26,
+                                                                0x7d, 0x55, 0xec, 0x22})}})}}},
+        {"NSKeyedUnarchiver-NotificationTest.plist",
+         instance("NSNotification",
+                  {{"NS.name", "notification-name"},
+                   {"NS.object", "notification-object"},
+                   {"NS.userinfo", Dictionary{{"notification-key", "notification-val"}}}})},
+        {"NSKeyedUnarchiver-URLTest.plist", url("https://www.example.com", "foo.xml")},
+        {"NSSet-Numbers.archive",
+         instance("NSSet",
+                  {{"NS.objects", Array{number(3), number(2), number(5), number(1), number(4)}}})},
+        {"NSMutableSet-Empty.archive",
+         instance("NSMutableSet", {{"NS.objects", Array{}}}, {"NSSet"})},
+        {"NSOrderedSet-Numbers.archive", instance("NSOrderedSet", {{"NS.object.0", number(1)},
+                                                                   {"NS.object.1", number(2)},
+                                                                   {"NS.object.2", number(3)},
+                                                                   {"NS.object.3", number(4)},
+                                                                   {"NS.object.4", number(5)}})},
+        {"NSAttributedString.archive",
+         instance(
+             "NSAttributedString",
+             {{"NSString", "0123456789"},
+              {"NSAttributes", Array{Dictionary{}, font, times, times}},
+              {"NSAttributeInfo", PlistValue(PlistData{1, 0, 1, 1, 4, 2, 2, 1, 1, 3, 1, 0})}})},
+    };
+    for (const auto& [file, expected] : cases) {
+        const std::string bytes = testsupport::readFile(folder + file);
+        EXPECT_EQ(KeyedArchive::unarchiveObjectWithData(
+                      reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()),
+                  expected)
+            << file;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "messages/MessageTestSupport.h"
+#include "messages/NotificationsManager.h"
+#include "messages/WatcherMessage.h"
+#include "platform/SampleApplication.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using testsupport::SampleApplication;
+
+// The hand-over for real: sample Main applications (scripts that record how
+// they were started) installed, running and enclosing the Helper. Each step
+// adds a route; the one the order prefers must receive the list.
+TEST(NotificationsManager, HandsTheListToThePreferredMainApplication) {
+    testsupport::TempDir dir;
+    MessageEnvironment environment;
+    environment.messageFolder = dir / "shared";
+    environment.mainAppBundleId = "com.example.HandOverMain-" + std::to_string(::getpid());
+    environment.applicationFolders = {dir / "Applications"};
+    const std::string& mainId = environment.mainAppBundleId;
+    const auto installed = SampleApplication::make(dir, "Applications/Main.app", mainId);
+    const auto running = SampleApplication::make(dir, "Running/Main.app", mainId);
+    const auto enclosing = SampleApplication::make(dir, "Enclosing/Main.app", mainId);
+    const std::string loginItem = "/Contents/Library/LoginItems/Helper.app";
+    const auto helper = SampleApplication::make(dir, "Enclosing/Main.app" + loginItem, "h");
+    const auto strayHelper = SampleApplication::make(dir, "Stray/Other.app" + loginItem, "h");
+
+    std::vector<std::shared_ptr<PathForRemove>> entries = {
+        std::make_shared<PathForRemove>("/Users/u/Library/Caches/com.example.Gone", 3, "Gone"),
+        std::make_shared<PathForRemove>("/Users/u/Library/Preferences/Gone.plist", 4, "Gone")};
+    entries[0]->setSize(4096);
+
+    struct Step {
+        std::optional<std::string> ownBundle;
+        bool withRunningCopy;
+        const SampleApplication* receiver;
+    };
+    const std::vector<Step> steps = {
+        {std::nullopt, false, &installed},
+        {strayHelper.bundlePath, false, &installed},  // enclosed by another application
+        {std::nullopt, true, &running},
+        {helper.bundlePath, true, &enclosing},
+    };
+    std::unique_ptr<testsupport::RunningSample> runningCopy;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        SCOPED_TRACE(i);
+        if (steps[i].withRunningCopy && !runningCopy) {
+            runningCopy = std::make_unique<testsupport::RunningSample>(running.executablePath);
+        }
+        environment.ownBundlePath = steps[i].ownBundle;
+        NotificationsManager(environment).removeFilePaths(entries);
+
+        const auto record = steps[i].receiver->waitForRecord();
+        ASSERT_EQ(record.size(), 2u);
+        ::unlink(steps[i].receiver->recordPath.c_str());
+        WatcherMessage message;
+        ASSERT_TRUE(message.loadFromPath(record[1]));
+        EXPECT_EQ(testsupport::describe(message.getPathsForRemove()),
+                  testsupport::describe(entries));
+    }
+    for (const auto* app : {&installed, &running, &enclosing}) EXPECT_FALSE(app->wasStarted());
+}
+
+TEST(NotificationsManager, StartsTheMainApplicationEvenWithoutAList) {
+    testsupport::TempDir dir;
+    MessageEnvironment environment;  // no folder to write the list in
+    environment.mainAppBundleId = "com.example.NoListMain-" + std::to_string(::getpid());
+    environment.applicationFolders = {dir / "Applications"};
+    const auto main =
+        SampleApplication::make(dir, "Applications/Main.app", environment.mainAppBundleId);
+    NotificationsManager(environment)
+        .removeFilePaths({std::make_shared<PathForRemove>("/x", 1, "b")});
+    const auto record = main.waitForRecord();
+    ASSERT_EQ(record.size(), 2u);
+    EXPECT_EQ(record[1], main.bundlePath);  // opened with itself
+
+    environment.mainAppBundleId = "com.example.Nobody";
+    EXPECT_EQ(NotificationsManager(environment).findMainApplication(), std::nullopt);
+}
+
+}  // namespace

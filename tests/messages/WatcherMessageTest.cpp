@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "messages/MessageTestSupport.h"
+#include "messages/WatcherMessage.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using testsupport::describe;
+
+const std::string kHeader = "---=== Sweepwell Agent Watcher Message v2 ===---\n";
+
+bool exists(const std::string& path) {
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
+TEST(WatcherMessage, WritesTheFormatAndReadsItBackEntryForEntry) {
+    testsupport::TempDir dir;
+    auto cache = std::make_shared<PathForRemove>("/Users/u/Library/Caches/a", 3, "Com.Example.App");
+    cache->setSize(1024);
+    const std::vector<std::shared_ptr<PathForRemove>> entries = {
+        cache, std::make_shared<PathForRemove>("/Users/u/Library/Preferences/a.plist", 0, "b"),
+        std::make_shared<PathForRemove>("/Users/u/Library/\u00c9t\u00e9 \"q\"\\", 17, "x")};
+    WatcherMessage written;
+    written.setPathsForRemove(entries);
+    const auto path = written.saveForTransmit(dir / "messages/nested");
+    ASSERT_TRUE(path.has_value());
+    EXPECT_TRUE(std::regex_match(
+        *path, std::regex(dir / "messages/nested/random_[0-9]+-[0-9]+\\.trforsw")));
+
+    const std::string text = testsupport::readFile(*path);
+    ASSERT_EQ(text.compare(0, kHeader.size(), kHeader), 0);
+    const std::string json = text.substr(kHeader.size());
+    EXPECT_EQ(json.find_first_of("\n "), json.find("\u00c9t\u00e9 ") + 5);  // compact, one line
+    EXPECT_NE(json.find(R"("path":"\/Users\/u\/Library\/Caches\/a")"), std::string::npos);
+    EXPECT_EQ(nlohmann::json::parse(json)["items"][0],
+              nlohmann::json({{"type", "3"},
+                              {"size", "1024"},
+                              {"path", "/Users/u/Library/Caches/a"},
+                              {"bundleId", "com.example.app"}}));
+
+    WatcherMessage read;
+    ASSERT_TRUE(read.loadFromPath(*path));
+    EXPECT_FALSE(exists(*path));  // a list that was read is consumed
+    EXPECT_EQ(describe(read.getPathsForRemove()), describe(entries));
+}
+
+TEST(WatcherMessage, NamesCountUpCarryTheSecondsSince2001AndSkipTakenOnes) {
+    testsupport::TempDir dir;
+    const long long now = std::chrono::duration_cast<std::chrono::seconds>(
+                              std::chrono::system_clock::now().time_since_epoch())
+                              .count() -
+                          978307200;
+    const std::regex pattern("random_([0-9]+)-([0-9]+)\\.x");
+    std::smatch first, second, third;
+    const std::string a = WatcherMessage::createUniqueFileNameInFolder(dir.path(), ".x");
+    const std::string b = WatcherMessage::createUniqueFileNameInFolder(dir.path(), ".x");
+    ASSERT_TRUE(std::regex_match(a, first, pattern) && std::regex_match(b, second, pattern));
+    EXPECT_EQ(std::stoull(second[1]), std::stoull(first[1]) + 1);
+    EXPECT_NEAR(static_cast<double>(std::stoll(first[2])), static_cast<double>(now), 5.0);
+
+    // The next counter value is taken (by dangling links) for this second
+    // and the next, so the one after it is used.
+    const unsigned long long counter = std::stoull(second[1]) + 1;
+    for (long long s : {std::stoll(second[2]), std::stoll(second[2]) + 1}) {
+        dir.makeSymlink("random_" + std::to_string(counter) + "-" + std::to_string(s) + ".x",
+                        dir / "nothing");
+    }
+    const std::string c = WatcherMessage::createUniqueFileNameInFolder(dir.path(), ".x");
+    ASSERT_TRUE(std::regex_match(c, third, pattern));
+    EXPECT_EQ(std::stoull(third[1]), counter + 1);
+}
+
+TEST(WatcherMessage, ReaderAcceptsWhatTheFormatAllowsAndRefusesTheRest) {
+    const std::string item = R"({"type":"3","path":"\/p","bundleId":"b"})";
+    auto list = [&](const std::string& items) { return kHeader + R"({"items":[)" + items + "]}"; };
+    auto typed = [](const std::string& type, const std::string& extra = "") {
+        return R"({"type":)" + type + extra + R"(,"path":"p","bundleId":"b"})";
+    };
+    // The text, and the entries read ("type path bundleId size"); none when
+    // the file must be refused.
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {list(item), {"3 /p b -"}},
+        {list(R"({"type":5,"size":2048,"path":"/q","bundleId":"B.C"})"), {"5 /q b.c 2048"}},
+        {list(typed("\"18\"") + "," + typed("\"-1\"") + "," + typed("\"17\"") + "," +
+              typed("\"3abc\"") + "," + typed("\" +2\"") + "," + typed("4294967298") + "," +
+              typed("\"junk\"")),
+         {"17 p b -", "3 p b -", "2 p b -", "2 p b -", "0 p b -"}},
+        {list(typed("1", R"(,"size":"0")") + "," + typed("1", R"(,"size":"1024")") + "," +
+              typed("1", R"(,"size":"-5")") + "," +
+              typed("1", R"(,"size":"99999999999999999999")")),
+         {"1 p b -", "1 p b 1024", "1 p b -", "1 p b 9223372036854775807"}},
+        {list(R"(1,{"path":"a","bundleId":"b"},)" + typed("[]") + "," +
+              typed("1", R"(,"size":{})") +
+              R"(,{"type":"1","path":7,"bundleId":"b"},{"type":"1","path":"a"},)" + item),
+         {"3 /p b -"}},
+        {list(""), {}},
+        {list(typed("\"99\"")), {}},
+        {kHeader + R"({"items":{"a":1}})", {}},
+        {kHeader + "{}", {}},
+        {kHeader + "[" + item + "]", {}},
+        {kHeader + R"({"items":[)" + item, {}},
+        {list(item) + " x", {}},
+        {"---=== Sweepwell Agent Watcher Message v2 ===---\r\n" + list(item).substr(kHeader.size()),
+         {}},
+        {list(item).substr(kHeader.size()), {}},
+        {"\xEF\xBB\xBF" + list(item), {}},
+        {list(R"({"type":"1","path":"a)" + std::string("\xFF") + R"(","bundleId":"b"})"), {}},
+        {list(std::string(100000, '[') + std::string(100000, ']')), {}},
+        {kHeader + std::string(100000, '['), {}},
+        {"", {}},
+    };
+    testsupport::TempDir dir;
+    for (const auto& [text, expected] : cases) {
+        SCOPED_TRACE(text.substr(0, 200));
+        const std::string path = dir.writeFile("list.trforsw", text);
+        WatcherMessage message;
+        EXPECT_EQ(message.loadFromPath(path), !expected.empty());
+        EXPECT_EQ(describe(message.getPathsForRemove()), expected);
+        EXPECT_EQ(exists(path), expected.empty());  // refused files stay
+        ::unlink(path.c_str());
+    }
+    EXPECT_FALSE(WatcherMessage().loadFromPath(dir / "missing.trforsw"));
+}
+
+TEST(WatcherMessage, EmptyListIsWrittenButNotAcceptedBack) {
+    testsupport::TempDir dir;
+    WatcherMessage message;
+    const auto path = message.saveForTransmit(dir.path());
+    ASSERT_TRUE(path.has_value());
+    EXPECT_EQ(testsupport::readFile(*path), kHeader + R"({"items":[]})");
+    EXPECT_FALSE(message.loadFromPath(*path));
+    EXPECT_TRUE(exists(*path));
+    // Text that is not UTF-8 cannot be written as JSON.
+    message.setPathsForRemove({std::make_shared<PathForRemove>("/bad\xFF", 1, "b")});
+    EXPECT_EQ(message.saveForTransmit(dir.path()), std::nullopt);
+}
+
+TEST(PathForRemove, RemovedByUserOnlyWhenNothingIsThere) {
+    testsupport::TempDir dir;
+    EXPECT_FALSE(PathForRemove(dir.writeFile("file"), 1, "b").checkIsRemovedByUser());
+    EXPECT_FALSE(
+        PathForRemove(dir.makeSymlink("dangling", dir / "gone"), 1, "b").checkIsRemovedByUser());
+    EXPECT_TRUE(PathForRemove(dir / "gone", 1, "b").checkIsRemovedByUser());
+}
+
+}  // namespace

@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include "platform/LaunchServices.h"
+#include "platform/SampleApplication.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using platform::LaunchServices::copiesOfBundleIdentifier;
+using platform::LaunchServices::urlForApplicationWithBundleIdentifier;
+using testsupport::SampleApplication;
+
+TEST(LaunchServices, FindsCopiesInRootsAndPlainSubfoldersOnly) {
+    testsupport::TempDir dir;
+    const std::string id = "com.example.Copy";
+    auto make = [&](const std::string& relative, const std::string& bundleId = "com.example.Copy") {
+        return SampleApplication::make(dir, relative, bundleId).bundlePath;
+    };
+    const std::string first = make("A/Beta.app");
+    const std::string upper = make("A/Alpha.APP", "COM.EXAMPLE.COPY");
+    const std::string nested = make("A/Tools/Sub/Deeper/Nested.app");
+    make("A/Tools/Sub/Deeper/TooDeep/Lost.app");
+    make("A/Host.app/Contents/Applications/Inner.app");
+    make("A/Plugin.bundle/Inner.app");
+    dir.writeFile("A/Plugin.bundle/Contents/Info.plist", "<plist><dict/></plist>");
+    make("A/.hidden/Hidden.app");
+    make("A/Other.app", "com.example.Other");
+    dir.writeFile("A/Broken.app/Contents/Info.plist", "not a property list");
+    const std::string inB = make("B/Real.app");
+    make("Elsewhere/Linked.app");
+    dir.makeSymlink("A/LinkedFolder", dir / "Elsewhere");
+    dir.makeSymlink("A/Zed.app", inB);  // the same bundle as B/Real.app
+
+    const std::vector<std::string> roots = {dir / "A", dir / "B", dir / "Missing", dir / "A"};
+    // Byte order puts "Alpha.APP" before "Beta.app"; Host.app counts itself.
+    EXPECT_EQ(copiesOfBundleIdentifier(id, roots),
+              (std::vector<std::string>{upper, first, nested, dir / "A/Zed.app"}));
+    EXPECT_EQ(urlForApplicationWithBundleIdentifier(id, roots), upper);
+    EXPECT_EQ(urlForApplicationWithBundleIdentifier(id, {dir / "B"}), inB);
+    EXPECT_EQ(urlForApplicationWithBundleIdentifier("com.example.None", roots), std::nullopt);
+    EXPECT_TRUE(copiesOfBundleIdentifier("", roots).empty());
+}
+
+TEST(LaunchServices, ApplicationFoldersStartWithTheSystemFolder) {
+    const auto folders = platform::LaunchServices::applicationFolders();
+    ASSERT_FALSE(folders.empty());
+    EXPECT_EQ(folders.front(), "/Applications");
+    for (std::size_t i = 1; i < folders.size(); ++i) {
+        EXPECT_EQ(folders[i].rfind("/Applications"), folders[i].size() - 13) << folders[i];
+    }
+}
+
+}  // namespace

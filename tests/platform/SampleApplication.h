@@ -1,0 +1,96 @@
+#pragma once
+
+// Application bundles made for a test, their executable a shell script.
+// Started with arguments it writes its parent's process id and then the
+// arguments, one per line, to "<bundle>.record"; started without, it runs
+// until it is killed, standing for a running copy.
+
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/TempDir.h"
+
+namespace testsupport {
+
+struct SampleApplication {
+    std::string bundlePath;
+    std::string executablePath;
+    std::string recordPath;
+
+    static SampleApplication make(const TempDir& dir, const std::string& relative,
+                                  const std::string& bundleId) {
+        SampleApplication app{dir / relative, "", dir / relative + ".record"};
+        dir.writeFile(relative + "/Contents/Info.plist",
+                      "<plist><dict><key>CFBundleIdentifier</key><string>" + bundleId +
+                          "</string><key>CFBundleExecutable</key><string>Sample</string>"
+                          "</dict></plist>");
+        app.executablePath = dir.writeFile(
+            relative + "/Contents/MacOS/Sample",
+            "#!/bin/sh\n[ $# -eq 0 ] && while :; do sleep 1; done\nrecord='" + app.recordPath +
+                "'\nprintf '%s\\n' \"$PPID\" \"$@\" > \"$record.$$\" && mv \"$record.$$\" "
+                "\"$record\"\n");
+        ::chmod(app.executablePath.c_str(), 0755);
+        return app;
+    }
+
+    bool wasStarted() const { return ::access(recordPath.c_str(), F_OK) == 0; }
+
+    // The record's lines once it appears; empty when it does not in time.
+    std::vector<std::string> waitForRecord() const {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!wasStarted() && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        std::vector<std::string> lines;
+        std::istringstream text(readFile(recordPath));
+        for (std::string line; std::getline(text, line);) lines.push_back(line);
+        return lines;
+    }
+};
+
+// A running copy: the executable started with no argument in a process group
+// of its own, killed with the group when the object goes. The constructor
+// returns once the kernel shows which program the process runs (the command
+// line is filled in a moment after the spawn returns).
+class RunningSample {
+public:
+    explicit RunningSample(const std::string& executable) {
+        posix_spawnattr_t attributes;
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+        std::string program = executable;
+        char* argv[] = {program.data(), nullptr};
+        if (posix_spawn(&m_nPid, program.c_str(), nullptr, &attributes, argv, environ) != 0)
+            m_nPid = -1;
+        posix_spawnattr_destroy(&attributes);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (m_nPid > 0 && std::chrono::steady_clock::now() < end &&
+               readFile("/proc/" + std::to_string(m_nPid) + "/cmdline").find(executable) ==
+                   std::string::npos) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    ~RunningSample() {
+        if (m_nPid <= 0) return;
+        ::kill(-m_nPid, SIGKILL);
+        ::waitpid(m_nPid, nullptr, 0);
+    }
+    RunningSample(const RunningSample&) = delete;
+    RunningSample& operator=(const RunningSample&) = delete;
+
+    pid_t pid() const { return m_nPid; }
+
+private:
+    pid_t m_nPid = -1;
+};
+
+}  // namespace testsupport

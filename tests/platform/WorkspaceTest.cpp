@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/SampleApplication.h"
+#include "platform/Workspace.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using testsupport::RunningSample;
+using testsupport::SampleApplication;
+namespace Workspace = platform::Workspace;
+
+std::string uniqueId(const std::string& stem) {
+    return "com.example." + stem + "-" + std::to_string(::getpid());
+}
+
+TEST(Workspace, FindsRunningScriptApplicationsOfThisUserByIdentifier) {
+    testsupport::TempDir dir;
+    const std::string id = uniqueId("Running");
+    const auto app = SampleApplication::make(dir, "Running.app", id);
+    const auto other = SampleApplication::make(dir, "Other.app", uniqueId("Other"));
+    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier(id).empty());
+
+    RunningSample first(app.executablePath);
+    RunningSample second(app.executablePath);
+    RunningSample unrelated(other.executablePath);
+    ASSERT_GT(first.pid(), 0);
+    ASSERT_GT(second.pid(), 0);
+
+    const auto running = Workspace::runningApplicationsWithBundleIdentifier(id);
+    ASSERT_EQ(running.size(), 2u);
+    EXPECT_EQ(running[0].processIdentifier, std::min(first.pid(), second.pid()));
+    EXPECT_EQ(running[1].processIdentifier, std::max(first.pid(), second.pid()));
+    EXPECT_EQ(running[0].bundleURL, app.bundlePath);
+    EXPECT_EQ(running[0].executableURL, app.executablePath);
+    // Identifiers match exactly here; another user's processes never count.
+    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier("COM.EXAMPLE.RUNNING").empty());
+    EXPECT_TRUE(
+        Workspace::runningApplicationsWithBundleIdentifier(id, "/proc", ::getuid() + 1).empty());
+}
+
+TEST(Workspace, OpenFileStartsTheApplicationDetachedWithTheFile) {
+    testsupport::TempDir dir;
+    const auto byBundle = SampleApplication::make(dir, "ByBundle.app", uniqueId("ByBundle"));
+    const auto byExecutable = SampleApplication::make(dir, "ByExe.app", uniqueId("ByExe"));
+    const std::string file = dir.writeFile("list.txt", "x");
+
+    ASSERT_TRUE(Workspace::openFile(file, byBundle.bundlePath));
+    ASSERT_TRUE(Workspace::openFile(file, byExecutable.executablePath));
+    for (const auto* app : {&byBundle, &byExecutable}) {
+        const auto record = app->waitForRecord();
+        ASSERT_EQ(record.size(), 2u) << app->bundlePath;
+        // Adopted by another process, so nothing is left for us to reap.
+        EXPECT_NE(record[0], std::to_string(::getpid()));
+        EXPECT_EQ(record[1], file);
+    }
+    errno = 0;
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(Workspace, OpenFileFailsWithoutARunnableProgram) {
+    testsupport::TempDir dir;
+    const auto app = SampleApplication::make(dir, "Sample.app", uniqueId("Sample"));
+    const std::string notExecutable = dir.writeFile("plain.sh", "#!/bin/sh\nexit 0\n");
+    const std::string noInterpreter = dir.writeFile("garbage", "\x7f\x01 not a program");
+    ::chmod(noInterpreter.c_str(), 0755);
+    dir.writeFile("NoExe.app/Contents/Info.plist",
+                  "<plist><dict><key>CFBundleIdentifier</key><string>x</string></dict></plist>");
+
+    const std::vector<std::string> applications = {
+        dir / "Missing.app",
+        dir / "NoExe.app",
+        notExecutable,
+        noInterpreter,
+        "No Such Application " + std::to_string(::getpid()),
+        ""};
+    for (const std::string& application : applications) {
+        EXPECT_FALSE(Workspace::openFile(app.bundlePath, application)) << application;
+    }
+    EXPECT_EQ(Workspace::executableForApplication(app.bundlePath), app.executablePath);
+}
+
+}  // namespace
