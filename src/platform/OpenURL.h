@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace platform::Workspace {
+
+// Opens the URL with the user's preferred application (xdg-open, found on
+// PATH) and returns at once, without waiting for it. False when the URL is
+// empty or starts with "-", or no opener could be started; nothing is reported.
+bool openURL(const std::string& url);
+// The same with the opener looked up in `searchPath` (":"-separated folders).
+bool openURL(const std::string& url, const std::string& searchPath);
+
+}  // namespace platform::Workspace

@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include <QFontInfo>
+#include <QImage>
+#include <QTextBlock>
+#include <QTextDocument>
+
+#include "dispatch/ManualMainQueue.h"
+#include "platform/Bundle.h"
+#include "ui/RichNotificationWCLocalizable.h"
+#include "ui/qt/AttributedStringAdapter.h"
+#include "ui/qt/CustomButton.h"
+#include "ui/qt/MultilineWordWrapTextField.h"
+#include "ui/qt/RichNotificationView.h"
+#include "ui/qt/RichNotificationWC.h"
+#include "ui/qt/RichNotificationWindow.h"
+
+namespace {
+
+// A styled stretch of the subtitle as drawn.
+struct Fragment {
+    std::string text;
+    bool bold;
+    QColor color;
+};
+
+std::vector<Fragment> fragmentsOf(const QTextDocument& document) {
+    std::vector<Fragment> fragments;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            const QTextFragment fragment = it.fragment();
+            const QTextCharFormat format = fragment.charFormat();
+            fragments.push_back({fragment.text().toStdString(),
+                                 QFontInfo(format.font()).weight() >= QFont::Medium,
+                                 format.foreground().color()});
+        }
+    }
+    return fragments;
+}
+
+const QColor kText(0x4C, 0x4E, 0x54);
+const QColor kBlue(0x33, 0x6A, 0xBB);
+
+class NotificationWindowTest : public ::testing::Test {
+protected:
+    std::shared_ptr<RichNotificationWC> makeController(const std::string& language) {
+        auto environment = RichNotificationWC::standardEnvironment();
+        environment.calculateIsCanShowNotificationForBundleWithID =
+            [](const std::optional<std::string>&, std::function<void()> okBlock) { okBlock(); };
+        environment.createRemainsInfo = [](const std::shared_ptr<platform::Bundle>&,
+                                           std::weak_ptr<SimpleRemainsInfoListener>) {
+            return std::shared_ptr<RichNotificationWC::RemainsInfo>();
+        };
+        environment.mainScreenFrame = [] { return std::optional<QRect>(QRect(0, 0, 1440, 900)); };
+        environment.texts = std::make_shared<LocalizedStrings>(
+            SWEEPWELL_RESOURCES, RichNotificationWCLocalizable::kTableName,
+            std::vector<std::string>{language});
+        return RichNotificationWC::create(std::move(environment));
+    }
+    void offer(RichNotificationWC& controller, const std::string& path) {
+        controller.showNotificationForApp(std::make_shared<platform::Bundle>(
+            path, PlistDictionary{{"CFBundleIdentifier", std::string("com.example.app")}}));
+        m_pQueue->runUntilIdle();
+    }
+
+    std::shared_ptr<dispatch::ManualMainQueue> m_pQueue =
+        std::make_shared<dispatch::ManualMainQueue>();
+    dispatch::ScopedMainQueue m_scoped{m_pQueue};
+};
+
+TEST_F(NotificationWindowTest, TextsComeFromTheTablesOfTheLanguage) {
+    auto english = makeController("en");
+    EXPECT_EQ(english->titleLabel()->stringValue(), "Sweepwell - Complete Uninstallation");
+    EXPECT_EQ(english->closeButton()->title(), "Close");
+    EXPECT_EQ(english->completeUninstallButton()->title(), "Complete Uninstall");
+    EXPECT_EQ(english->titleLabel()->textColor(),
+              Color(0.29803923f, 0.30588236f, 0.32941177f, 1.0f));
+    // Before anything is shown the description is empty.
+    EXPECT_EQ(english->subtitleLabel()->stringValue(), "");
+
+    auto german = makeController("de");
+    EXPECT_EQ(german->titleLabel()->stringValue(), "Sweepwell - Vollständige Deinstallation");
+    EXPECT_EQ(german->closeButton()->title(), "Schließen");
+    EXPECT_EQ(german->completeUninstallButton()->title(), "Vollständig deinstallieren");
+}
+
+TEST_F(NotificationWindowTest, TheSubtitleStylesNameAndSizeAndShowsMarkupCharactersLiterally) {
+    auto controller = makeController("en");
+    offer(*controller, "/home/u/.Trash/R&D <beta>.app");
+    const std::vector<Fragment> fragments = fragmentsOf(controller->subtitleLabel()->document());
+
+    ASSERT_EQ(fragments.size(), 4u);
+    EXPECT_EQ(fragments[0].text, "R&D <beta>");
+    EXPECT_EQ(fragments[1].text, " left at least ");
+    EXPECT_EQ(fragments[2].text, "Zero KB");
+    for (int i : {0, 2}) {
+        EXPECT_TRUE(fragments[i].bold) << i;
+        EXPECT_EQ(fragments[i].color, kBlue) << i;
+    }
+    for (int i : {1, 3}) {
+        EXPECT_FALSE(fragments[i].bold) << i;
+        EXPECT_EQ(fragments[i].color, kText) << i;
+    }
+}
+
+TEST_F(NotificationWindowTest, TheCardIsAFramelessToolWindowWithItsControlsInside) {
+    for (const char* language : {"en", "de", "ru"}) {
+        SCOPED_TRACE(language);
+        auto controller = makeController(language);
+        offer(*controller, "/home/u/.Trash/Photon Studio Professional Edition.app");
+        RichNotificationWindow* window = controller->window();
+
+        const Qt::WindowFlags flags = window->windowFlags();
+        EXPECT_EQ(flags & Qt::WindowType_Mask, Qt::Tool);
+        EXPECT_TRUE(flags & Qt::FramelessWindowHint);
+        EXPECT_TRUE(flags & Qt::WindowStaysOnTopHint);
+        EXPECT_FALSE(flags & Qt::WindowDoesNotAcceptFocus);
+        ASSERT_NE(window->contentView(), nullptr);
+
+        // Every control lies wholly inside the card, and the wrapped texts
+        // get all the height their lines need.
+        const QRect card = window->rect();
+        for (QWidget* control : std::initializer_list<QWidget*>{
+                 controller->titleLabel(), controller->subtitleLabel(), controller->helpButton(),
+                 controller->closeButton(), controller->completeUninstallButton()}) {
+            const QRect frame(control->mapTo(window, QPoint(0, 0)), control->size());
+            EXPECT_TRUE(card.contains(frame)) << control->objectName().toStdString();
+        }
+        for (MultilineWordWrapTextField* label :
+             {controller->titleLabel(), controller->subtitleLabel()}) {
+            EXPECT_GE(label->height(), label->heightForWidth(label->width()));
+            EXPECT_GT(label->height(), 0);
+        }
+        // The buttons share a row, Complete Uninstall last, at their own sizes.
+        CustomButton* close = controller->closeButton();
+        CustomButton* complete = controller->completeUninstallButton();
+        EXPECT_EQ(close->geometry().top(), complete->geometry().top());
+        EXPECT_LT(close->geometry().right(), complete->geometry().left());
+        EXPECT_EQ(complete->size(), complete->sizeHint());
+        EXPECT_EQ(complete->displayedTitle(), QString::fromStdString(complete->title()));
+        EXPECT_EQ(close->displayedTitle(), QString::fromStdString(close->title()));
+        controller->hideNotification();
+    }
+}
+
+TEST_F(NotificationWindowTest, TheGroundIsFlatEAEBF0InsideARoundedOutline) {
+    auto controller = makeController("en");
+    offer(*controller, "/home/u/.Trash/Photon.app");
+    const QImage image = controller->window()->grab().toImage();
+    // Away from the controls, just inside the outline.
+    EXPECT_EQ(image.pixelColor(image.width() / 2, 3), QColor(0xEA, 0xEB, 0xF0));
+    EXPECT_EQ(image.pixelColor(image.width() / 2, image.height() - 4), QColor(0xEA, 0xEB, 0xF0));
+    // The outline is darker than the ground; the corners are cut away.
+    EXPECT_LT(image.pixelColor(image.width() / 2, 0).lightness(),
+              QColor(0xEA, 0xEB, 0xF0).lightness());
+    EXPECT_FALSE(controller->window()->mask().contains(QPoint(0, 0)));
+    EXPECT_TRUE(controller->window()->mask().contains(QPoint(image.width() / 2, 0)));
+}
+
+}  // namespace
