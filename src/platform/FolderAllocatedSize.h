@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// The on-disk size of files and folders, read as fast as the kernel allows:
+// each folder is read in large batches through its descriptor and its entries
+// are examined relative to it, without building their paths.
+namespace platform {
+
+// Decides from a sub-folder's link count whether a walk enters it. Folders
+// report a link count of 1: Linux cannot hard-link them.
+using DescendRule = bool (*)(std::uint64_t linkCount);
+
+// The bytes the entry takes on disk (st_blocks * 512, a negative count read
+// as 0), the entry itself examined (a final symbolic link is not followed).
+// nullopt when nothing is there or it cannot be examined.
+std::optional<std::uint64_t> allocatedSizeOfEntry(const std::string& path);
+
+// The sum of the allocated sizes of everything below `folder` that is not a
+// folder: files, symbolic links (never followed), and any other kind of
+// entry. Hidden entries count and packages are entered; folders themselves
+// add nothing. A sub-folder is entered when `descend` answers true for its
+// link count. `folder` may itself be a symbolic link to a folder. Entries and
+// folders that cannot be read are skipped, and what could be read is
+// answered; 0 when `folder` cannot be opened as a folder at all.
+std::uint64_t allocatedSizeOfFolderContents(const std::string& folder, DescendRule descend);
+
+}  // namespace platform

@@ -1,0 +1,227 @@
+#include "remains/SimpleRemainsInfo.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <cassert>
+
+#include "dispatch/MainQueue.h"
+#include "environment/MacOSVersion.h"
+#include "environment/StringUtils.h"
+#include "platform/Bundle.h"
+#include "platform/LaunchServices.h"
+#include "platform/PathUtils.h"
+#include "remains/SpotlightEasySearch.h"
+#include "watching/FileManagerUtils.h"
+
+namespace {
+
+bool startsWith(const std::string& text, const std::string& prefix) {
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+// The entries of a folder, one level, sorted so the order does not depend on
+// the file system; empty when it cannot be read.
+std::vector<std::string> folderEntries(const std::string& folder) {
+    std::vector<std::string> names;
+    DIR* stream = ::opendir(folder.c_str());
+    if (stream == nullptr) return names;
+    while (const struct dirent* entry = ::readdir(stream)) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") names.push_back(name);
+    }
+    ::closedir(stream);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace
+
+std::shared_ptr<SimpleRemainsInfo> SimpleRemainsInfo::create(
+    const std::shared_ptr<platform::Bundle>& bundle,
+    std::weak_ptr<SimpleRemainsInfoListener> listener) {
+    return create(bundle, std::move(listener), PathsGenerator::GetInstance(), nullptr);
+}
+
+std::shared_ptr<SimpleRemainsInfo> SimpleRemainsInfo::create(
+    const std::shared_ptr<platform::Bundle>& bundle,
+    std::weak_ptr<SimpleRemainsInfoListener> listener, const PathsGenerator& paths,
+    std::shared_ptr<SimpleSizeCalculation> calculation) {
+    assert(dispatch::MainQueue::main().isCurrent());
+    if (!bundle) return nullptr;
+    if (!calculation) calculation = SimpleSizeCalculation::GetInstance().shared_from_this();
+    std::shared_ptr<SimpleRemainsInfo> info(
+        new SimpleRemainsInfo(std::move(listener), std::move(calculation)));
+    info->m_sBundleID = bundle->bundleIdentifier();
+    // The executable's name, or the bundle folder's name without its extension.
+    info->m_sBundleName = bundle->executableName().value_or(
+        PathUtils::stringByDeletingPathExtension(PathUtils::lastPathComponent(bundle->path())));
+    info->addBundle(bundle);
+    info->findRemains(paths);
+    for (const auto& item : info->m_arrRemainsObjectPaths) info->addSizeOfPath(item->path());
+    return info;
+}
+
+SimpleRemainsInfo::SimpleRemainsInfo(std::weak_ptr<SimpleRemainsInfoListener> listener,
+                                     std::shared_ptr<SimpleSizeCalculation> calculation)
+    : m_pListener(std::move(listener)), m_pCalculation(std::move(calculation)) {}
+
+void SimpleRemainsInfo::addBundle(const std::shared_ptr<platform::Bundle>& bundle) {
+    if (!bundle || !m_sBundleID || bundle->bundleIdentifier() != m_sBundleID) return;
+    if (bundle->path().empty()) return;
+    m_arrAppObjectPaths.push_back(
+        std::make_shared<PathForRemove>(bundle->path(), kTypeApplication, *m_sBundleID));
+    addSizeOfPath(bundle->path());
+}
+
+void SimpleRemainsInfo::findRemains(const PathsGenerator& paths) {
+    _homePath = paths.getHomeDirectory();
+    if (_homePath->empty()) _homePath.reset();
+    const auto& id = m_sBundleID;
+    const std::optional<std::string> name = m_sBundleName;
+    const std::string support = "Library/Application Support";
+    addFileWithSubPath("Library/Caches", id, "", kTypeCache);
+    addFileWithSubPath("Library/Saved Application State", id, ".savedState", kTypeCache);
+    addFileWithSubPath("Library/Preferences", id, ".plist", kTypePreferences);
+    addFileWithSubPath("Library/Preferences", name, "", kTypePreferences);
+    addFileWithSubPath("Library/Logs", name, ".log", kTypeLog);
+    addFileWithSubPath("Library/Cookies", id, ".cookies", kTypeCookies);
+    addFileWithSubPath("Library/Containers", id, "", kTypeContainer);
+    addFileWithSubPath(support + "/Caches/com.apple.helpd/Generated", id, ".help",
+                       kTypeSupportItem);
+    addFileWithSubPath(
+        support + "/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile", id, ".help",
+        kTypeSupportItem);
+    addFileWithSubPath(support + "/Growl/Tickets", name, ".growlTicket", kTypeSupportItem);
+    addFileWithSubPath(support, name, "", kTypeSupportItem);
+    addPathInSubFolder("Library/LaunchAgents", id, ".plist", m_arrRemainsObjectPaths,
+                       kTypeSupportItem);
+    addPathInSubFolder(support + "/CrashReporter", name, ".plist", m_arrRemainsObjectPaths,
+                       kTypeCrashReport);
+}
+
+void SimpleRemainsInfo::addFileWithSubPath(const std::string& subPath,
+                                           const std::optional<std::string>& name,
+                                           const std::string& ext, std::int32_t type) {
+    // The name is tested before the extension is added, so an empty name finds nothing.
+    if (!name || name->empty() || !_homePath) return;
+    const std::string folder = PathUtils::stringByAppendingPathComponent(*_homePath, subPath);
+    if (auto candidate = createSafeToDeletePathInFolder(folder, *name + ext)) {
+        addPath(*candidate, m_arrRemainsObjectPaths, type);
+    }
+}
+
+std::optional<std::string> SimpleRemainsInfo::createSafeToDeletePathInFolder(
+    const std::optional<std::string>& folder, const std::optional<std::string>& fileName) {
+    if (!folder || !fileName) return std::nullopt;
+    std::string path = PathUtils::stringByStandardizingPath(
+        PathUtils::stringByAppendingPathComponent(*folder, *fileName));
+    if (!StringUtils::isInFolder(path, *folder)) return std::nullopt;
+    return path;
+}
+
+void SimpleRemainsInfo::addPath(const std::string& path, PathList& toArr, std::int32_t withType) {
+    // A dangling link is still something the application left behind.
+    if (!FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(path)) return;
+    // An entry needs an identifier to belong to; without one nothing is listed.
+    if (!m_sBundleID) return;
+    toArr.push_back(std::make_shared<PathForRemove>(path, withType, *m_sBundleID));
+}
+
+void SimpleRemainsInfo::addPathInSubFolder(const std::string& subPath,
+                                           const std::optional<std::string>& prefix,
+                                           const std::string& suffix, PathList& toArr,
+                                           std::int32_t withType) {
+    if (subPath.empty() || !_homePath) return;
+    // An empty prefix or suffix matches nothing, as the platform's prefix test answers.
+    if (!prefix || prefix->empty() || suffix.empty() || !m_sBundleID) return;
+    const std::string folder = PathUtils::stringByAppendingPathComponent(*_homePath, subPath);
+    if (!FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(folder)) return;
+    for (const auto& name : folderEntries(folder)) {
+        const bool matches = name.size() >= suffix.size() && startsWith(name, *prefix) &&
+                             name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
+        if (!matches) continue;
+        // The names come from the listing itself, so no safety check is needed.
+        toArr.push_back(std::make_shared<PathForRemove>(
+            PathUtils::stringByAppendingPathComponent(folder, name), withType, *m_sBundleID));
+    }
+}
+
+void SimpleRemainsInfo::addSizeOfPath(const std::string& path) {
+    if (auto calculation = m_pCalculation.lock()) {
+        calculation->addTask(std::make_shared<SimpleSizeCalculationTask>(shared_from_this(), path));
+    }
+}
+
+void SimpleRemainsInfo::onSimpleSizeCalculationTaskComplete(
+    const std::shared_ptr<SimpleSizeCalculationTask>& task) {
+    updateSize(task->itemSize());
+}
+
+void SimpleRemainsInfo::updateSize(std::uint64_t size) {
+    m_nTotalSize += size;
+    // Told even when the size is 0: the listener counts answers too.
+    if (auto listener = m_pListener.lock())
+        listener->onSimpleRemainsInfoChanged(shared_from_this());
+}
+
+void SimpleRemainsInfo::addRemoveObjectPathsToArray(PathList& array) const {
+    array.insert(array.end(), m_arrAppObjectPaths.begin(), m_arrAppObjectPaths.end());
+    array.insert(array.end(), m_arrRemainsObjectPaths.begin(), m_arrRemainsObjectPaths.end());
+}
+
+SimpleRemainsInfo::InstalledCopyLocations SimpleRemainsInfo::InstalledCopyLocations::standard() {
+    InstalledCopyLocations locations;
+    locations.launchServicesRoots = platform::LaunchServices::applicationFolders();
+    locations.listsEveryCopy = MacOSVersion::GetInstance().is_10_10_orHigher();
+    return locations;
+}
+
+void SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
+    const std::optional<std::string>& bundleId, std::function<void()> okBlock) {
+    calculateIsCanShowNotificationForBundleWithID(bundleId, std::move(okBlock),
+                                                  InstalledCopyLocations::standard());
+}
+
+void SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
+    const std::optional<std::string>& bundleId, std::function<void()> okBlock,
+    const InstalledCopyLocations& locations) {
+    if (!bundleId) return;
+    const std::string userApplications = locations.paths.buildUserApplicationsDirectory();
+
+    std::vector<std::string> copies;
+    if (locations.listsEveryCopy) {
+        copies = platform::LaunchServices::copiesOfBundleIdentifier(*bundleId,
+                                                                    locations.launchServicesRoots);
+    } else if (auto copy = platform::LaunchServices::urlForApplicationWithBundleIdentifier(
+                   *bundleId, locations.launchServicesRoots)) {
+        copies.push_back(*copy);
+    }
+    for (const auto& path : copies) {
+        // A copy on another volume or in the Trash is not an installed one.
+        if (StringUtils::isInFolder(path, locations.volumesFolder)) continue;
+        if (locations.paths.pathInTrash(path)) continue;
+        if (FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(path)) return;
+    }
+
+    // The identifier goes into the text as it is: one that breaks the
+    // predicate makes the search fail to start, which counts as finding nothing.
+    const std::string format =
+        "kMDItemCFBundleIdentifier == '" + *bundleId + "' AND kMDItemPath LIKE '?*'";
+    auto search = SpotlightEasySearch::create();
+    search->setResultBlock([okBlock = std::move(okBlock),
+                            applications = locations.systemApplicationsFolder, userApplications](
+                               SpotlightEasySearch&, platform::MetadataQuery& query) {
+        for (const auto& item : query.results()) {
+            const auto path = item.valueForAttribute(platform::kMetadataItemPathKey);
+            if (!path || !FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(*path)) {
+                continue;
+            }
+            // A plain prefix test on purpose: "/ApplicationsOld/x.app" counts as well.
+            if (startsWith(*path, applications)) return;
+            if (!userApplications.empty() && startsWith(*path, userApplications)) return;
+        }
+        if (okBlock) okBlock();
+    });
+    search->startQuery(format, {locations.systemApplicationsFolder, userApplications});
+}

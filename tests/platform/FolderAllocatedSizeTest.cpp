@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "platform/FolderAllocatedSize.h"
+#include "support/TempDir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using platform::allocatedSizeOfFolderContents;
+
+bool always(std::uint64_t) {
+    return true;
+}
+bool never(std::uint64_t) {
+    return false;
+}
+
+std::uint64_t blocksOf(const fs::path& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) return 0;
+    return static_cast<std::uint64_t>(info.st_blocks) * 512;
+}
+
+// The expected answer, worked out another way: every entry the standard
+// library's walk can reach without following links, folders left out.
+std::uint64_t oracle(const fs::path& folder) {
+    std::uint64_t total = 0;
+    std::error_code error;
+    for (auto it = fs::recursive_directory_iterator(
+             folder, fs::directory_options::skip_permission_denied, error);
+         !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
+        if (!it->is_directory(error) || it->is_symlink(error)) total += blocksOf(it->path());
+    }
+    return total;
+}
+
+void writeBytes(const std::string& path, std::size_t count) {
+    fs::create_directories(fs::path(path).parent_path());
+    std::ofstream(path, std::ios::binary) << std::string(count, 'x');
+}
+
+class FolderAllocatedSize : public ::testing::Test {
+protected:
+    testsupport::TempDir m_dir;
+
+    // A tree with every kind of entry a walk can trip over.
+    std::string makeTree() {
+        const std::string root = m_dir.makeDir("tree");
+        writeBytes(root + "/empty", 0);
+        writeBytes(root + "/small", 1);
+        writeBytes(root + "/page", 4096);
+        writeBytes(root + "/.hidden", 9000);
+        writeBytes(root + "/a/b/c/deep", 100000);
+        writeBytes(root + "/Tool.app/Contents/MacOS/Tool", 20000);
+        m_dir.makeDir("tree/a/empty-folder");
+        // Sparse: large, but takes (almost) nothing on disk.
+        std::ofstream(root + "/sparse").close();
+        fs::resize_file(root + "/sparse", 50 * 1024 * 1024);
+        // Both names of a hard link count, as they would in a listing.
+        fs::create_hard_link(root + "/page", root + "/a/page-again");
+        // Links count for themselves; their targets are not entered.
+        m_dir.makeSymlink("tree/link-to-file", root + "/page");
+        m_dir.makeSymlink("tree/link-to-folder", root + "/a");
+        m_dir.makeSymlink("tree/dangling", root + "/nothing");
+        ::mkfifo((root + "/fifo").c_str(), 0600);
+        return root;
+    }
+};
+
+TEST_F(FolderAllocatedSize, SumsTheEntriesThatAreNotFolders) {
+    const std::string root = makeTree();
+    const std::uint64_t expected = oracle(root);
+    EXPECT_EQ(allocatedSizeOfFolderContents(root, &always), expected);
+    // The hard link really is counted twice, and the sparse file for its blocks only.
+    EXPECT_GE(expected, 2 * blocksOf(root + "/page") + blocksOf(root + "/a/b/c/deep"));
+    EXPECT_LT(expected, 50u * 1024 * 1024);
+
+    const struct {
+        std::string path;
+        std::uint64_t size;
+    } cases[] = {
+        // A link to a folder as the starting point is followed.
+        {root + "/link-to-folder", oracle(root + "/a")},
+        {root + "/a/empty-folder", 0},
+        {root + "/missing", 0},
+        {root + "/small", 0},  // not a folder
+        {root + "/dangling", 0},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(allocatedSizeOfFolderContents(c.path, &always), c.size) << c.path;
+
+    // A rule that enters no sub-folder leaves only the top level.
+    std::uint64_t topLevel = 0;
+    for (const auto& entry : fs::directory_iterator(root)) {
+        if (!entry.is_directory() || entry.is_symlink()) topLevel += blocksOf(entry.path());
+    }
+    EXPECT_EQ(allocatedSizeOfFolderContents(root, &never), topLevel);
+}
+
+TEST_F(FolderAllocatedSize, TreesDeeperThanTheOpenFolderBudget) {
+    // Deeper than the walker keeps descriptors for, with files and side
+    // branches on the way down, so that going back up through ".." must work.
+    std::string path = m_dir.makeDir("deep");
+    std::uint64_t expected = 0;
+    for (int level = 0; level < 150; ++level) {
+        path += "/d";
+        writeBytes(path + "/file", 1);
+        expected += blocksOf(path + "/file");
+        if (level % 7 == 0) {
+            writeBytes(path + "/side/file", 5000);
+            expected += blocksOf(path + "/side/file");
+        }
+    }
+    writeBytes(m_dir / "deep/last", 3);
+    expected += blocksOf(m_dir / "deep/last");
+    EXPECT_EQ(allocatedSizeOfFolderContents(m_dir / "deep", &always), expected);
+}
+
+TEST_F(FolderAllocatedSize, UnreadableFoldersAreSkipped) {
+    const std::string root = makeTree();
+    writeBytes(root + "/locked/inside", 70000);
+    writeBytes(root + "/no-search/inside", 70000);
+    ::chmod((root + "/locked").c_str(), 0);
+    ::chmod((root + "/no-search").c_str(), 0600);
+    const std::uint64_t size = allocatedSizeOfFolderContents(root, &always);
+    EXPECT_EQ(size, oracle(root));
+    if (::geteuid() != 0) {
+        // Only an ordinary user is kept out; the superuser reads everything.
+        ::chmod((root + "/locked").c_str(), 0700);
+        ::chmod((root + "/no-search").c_str(), 0700);
+        EXPECT_EQ(size, oracle(root) - blocksOf(root + "/locked/inside") -
+                            blocksOf(root + "/no-search/inside"));
+    }
+}
+
+}  // namespace

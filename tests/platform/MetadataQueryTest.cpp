@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "dispatch/ManualMainQueue.h"
+#include "platform/MetadataPredicate.h"
+#include "platform/MetadataQuery.h"
+#include "platform/PropertyList.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using platform::MetadataPredicate;
+using platform::MetadataQuery;
+
+enum Outcome { Unparsable, Matches, DoesNotMatch };
+
+TEST(MetadataPredicate, ParsesAndEvaluatesTheLanguage) {
+    const std::map<std::string, std::string> item = {
+        {"kMDItemCFBundleIdentifier", "com.example.App"},
+        {"kMDItemPath", "/Applications/Ünï App.app"},
+        {"kMDItemFSName", "Ünï App.app"},
+    };
+    const struct {
+        const char* format;
+        Outcome outcome;
+    } cases[] = {
+        // The form the remains finder writes.
+        {"kMDItemCFBundleIdentifier == 'com.example.App' AND kMDItemPath LIKE '?*'", Matches},
+        {"kMDItemCFBundleIdentifier == 'com.example.app' AND kMDItemPath LIKE '?*'", DoesNotMatch},
+        {"kMDItemCFBundleIdentifier ==[c] 'COM.EXAMPLE.APP'", Matches},
+        {"kMDItemCFBundleIdentifier != 'x' && kMDItemFSName <> 'y'", Matches},
+        // A missing attribute differs from everything and matches nothing.
+        {"kMDItemVersion != '1.0'", Matches},
+        {"kMDItemVersion == '1.0' OR kMDItemVersion LIKE '*'", DoesNotMatch},
+        // "?" is one character, also when it takes several bytes.
+        {"kMDItemFSName LIKE '?n? App.app'", Matches},
+        {"kMDItemFSName LIKE '??n? App.app'", DoesNotMatch},
+        {"kMDItemPath LIKE '/Applications/*.app'", Matches},
+        {"kMDItemPath LIKE '*App'", DoesNotMatch},
+        {"kMDItemPath like[c] '*APP.APP'", Matches},
+        {"kMDItemPath LIKE ''", DoesNotMatch},
+        {"kMDItemPath BEGINSWITH '/Applications/' AND kMDItemPath ENDSWITH '.app'", Matches},
+        {"kMDItemPath CONTAINS[c] 'ünï'", DoesNotMatch},  // case folding is ASCII only
+        {"kMDItemPath CONTAINS 'Ünï'", Matches},
+        // AND binds tighter than OR; NOT and parentheses.
+        {"FALSEPREDICATE AND TRUEPREDICATE OR TRUEPREDICATE", Matches},
+        {"FALSEPREDICATE AND (TRUEPREDICATE OR TRUEPREDICATE)", DoesNotMatch},
+        {"NOT kMDItemFSName == 'x' AND !(kMDItemPath == 'y')", Matches},
+        {"not not kMDItemFSName == 'x'", DoesNotMatch},
+        {"kMDItemFSName == 'it\\'s' OR kMDItemFSName == \"a \\\"b\\\\\"", DoesNotMatch},
+        // Outside the language.
+        {"", Unparsable},
+        {"kMDItemFSName == ", Unparsable},
+        {"kMDItemFSName == 'open", Unparsable},
+        {"kMDItemFSName == 42", Unparsable},
+        {"kMDItemFSName == other", Unparsable},
+        {"kMDItemFSName ==[d] 'x'", Unparsable},
+        {"(kMDItemFSName == 'x'", Unparsable},
+        {"kMDItemFSName == 'x')", Unparsable},
+        {"kMDItemFSName == 'x' kMDItemPath == 'y'", Unparsable},
+        {"kMDItemCFBundleIdentifier == 'it's' AND kMDItemPath LIKE '?*'", Unparsable},
+        {"'x' == kMDItemFSName", Unparsable},
+    };
+    for (const auto& c : cases) {
+        const auto predicate = MetadataPredicate::predicateWithFormat(c.format);
+        ASSERT_EQ(predicate.has_value(), c.outcome != Unparsable) << c.format;
+        if (!predicate) continue;
+        EXPECT_EQ(predicate->evaluateWithObject(item), c.outcome == Matches) << c.format;
+        // Written back and read again, it is the same predicate.
+        const std::string text = predicate->predicateFormat();
+        const auto again = MetadataPredicate::predicateWithFormat(text);
+        ASSERT_TRUE(again.has_value()) << text;
+        EXPECT_EQ(again->predicateFormat(), text);
+        EXPECT_EQ(again->evaluateWithObject(item), c.outcome == Matches) << text;
+    }
+}
+
+TEST(MetadataPredicate, NestingIsBoundedButListsAreNot) {
+    const auto nested = [](int depth) {
+        return std::string(depth, '(') + "TRUEPREDICATE" + std::string(depth, ')');
+    };
+    EXPECT_TRUE(MetadataPredicate::predicateWithFormat(nested(MetadataPredicate::kMaxNesting - 1)));
+    EXPECT_FALSE(MetadataPredicate::predicateWithFormat(nested(100000)));
+    std::string nots, list = "TRUEPREDICATE";
+    for (int i = 0; i < 100000; ++i) nots += "NOT ";
+    for (int i = 0; i < 10000; ++i) list += " AND TRUEPREDICATE";
+    EXPECT_FALSE(MetadataPredicate::predicateWithFormat(nots + "TRUEPREDICATE"));
+    EXPECT_TRUE(MetadataPredicate::predicateWithFormat(list));
+}
+
+class MetadataQueryWalk : public ::testing::Test {
+protected:
+    std::shared_ptr<dispatch::ManualMainQueue> m_pQueue =
+        std::make_shared<dispatch::ManualMainQueue>();
+    dispatch::ScopedMainQueue m_scope{m_pQueue};
+    testsupport::TempDir m_dir;
+
+    void makeApp(const std::string& relative, const std::string& id) {
+        m_dir.makeDir(relative + "/Contents");
+        PlistDictionary info{{"CFBundleIdentifier", id}, {"CFBundleShortVersionString", "2.1"}};
+        ASSERT_TRUE(PropertyList::writeFileAtomically(m_dir / (relative + "/Contents/Info.plist"),
+                                                      PlistValue(info), PropertyList::Format::Xml));
+    }
+
+    // The paths a finished query found, sorted.
+    std::vector<std::string> run(const std::shared_ptr<MetadataQuery>& query) {
+        bool finished = false;
+        const auto token = MetadataQuery::defaultCenter().addObserverForName(
+            MetadataQuery::kDidFinishGatheringNotification, query.get(),
+            [&](const platform::Notification&) { finished = true; });
+        EXPECT_TRUE(query->startQuery());
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!finished && std::chrono::steady_clock::now() < deadline) {
+            m_pQueue->runUntilIdle();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        MetadataQuery::defaultCenter().removeObserver(token);
+        EXPECT_TRUE(finished);
+        EXPECT_FALSE(query->isGathering());
+        std::vector<std::string> paths;
+        for (const auto& item : query->results()) {
+            paths.push_back(item.valueForAttribute(platform::kMetadataItemPathKey).value_or(""));
+        }
+        std::sort(paths.begin(), paths.end());
+        return paths;
+    }
+};
+
+TEST_F(MetadataQueryWalk, FindsApplicationsInTheScopesWithoutEnteringPackages) {
+    makeApp("Apps/Foo.app", "com.example.foo");
+    makeApp("Apps/Sub/Bar.app", "com.example.bar");
+    makeApp("Apps/Foo.app/Contents/Helpers/Inner.app", "com.example.inner");
+    makeApp("Apps/Kit.framework/Versions/Hidden.app", "com.example.kit");
+    makeApp("Apps/.Secret.app", "com.example.secret");
+    makeApp("Apps/.hidden/Shy.app", "com.example.shy");
+    makeApp("Elsewhere/Far.app", "com.example.far");
+    makeApp("More/Baz.app", "com.other.baz");
+    m_dir.makeSymlink("Apps/Linked", m_dir / "Elsewhere");
+    m_dir.makeSymlink("ScopeLink", m_dir / "More");
+
+    auto query = MetadataQuery::create();
+    ASSERT_TRUE(query->setPredicateFromFormat("kMDItemCFBundleIdentifier LIKE 'com.*'"));
+    // A scope that is a link is followed; a scope named twice is walked once.
+    query->setSearchScopes({m_dir / "Apps", m_dir / "ScopeLink", m_dir / "Apps", m_dir / "none"});
+    EXPECT_EQ(run(query),
+              (std::vector<std::string>{m_dir / "Apps/Foo.app", m_dir / "Apps/Sub/Bar.app",
+                                        m_dir / "ScopeLink/Baz.app"}));
+    EXPECT_FALSE(query->startQuery()) << "a query runs once";
+
+    auto byName = MetadataQuery::create();
+    ASSERT_TRUE(byName->setPredicateFromFormat(
+        "kMDItemContentType == 'public.symlink' OR kMDItemDisplayName == 'Bar' AND "
+        "kMDItemVersion == '2.1'"));
+    byName->setSearchScopes({m_dir / "Apps"});
+    EXPECT_EQ(run(byName),
+              (std::vector<std::string>{m_dir / "Apps/Linked", m_dir / "Apps/Sub/Bar.app"}));
+}
+
+}  // namespace

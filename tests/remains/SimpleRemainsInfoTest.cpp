@@ -1,0 +1,278 @@
+#include <gtest/gtest.h>
+
+#include "RemainsTestSupport.h"
+#include "platform/Bundle.h"
+#include "platform/MetadataQuery.h"
+#include "remains/SimpleRemainsInfo.h"
+#include "remains/SpotlightEasySearch.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+class TotalsListener : public SimpleRemainsInfoListener {
+public:
+    void onSimpleRemainsInfoChanged(const std::shared_ptr<SimpleRemainsInfo>& info) override {
+        totals.push_back(info->getTotalSize());
+    }
+    std::vector<std::uint64_t> totals;
+};
+
+class SimpleRemainsInfoTest : public ::testing::Test {
+protected:
+    std::shared_ptr<dispatch::ManualMainQueue> m_pQueue =
+        std::make_shared<dispatch::ManualMainQueue>();
+    dispatch::ScopedMainQueue m_scope{m_pQueue};
+    testsupport::TempDir m_dir;
+    const std::string m_sHome = m_dir.makeDir("home");
+    PathsGenerator m_paths{"user", m_sHome};
+    std::shared_ptr<SimpleSizeCalculation> m_pCalculation = SimpleSizeCalculation::create();
+
+    std::string lib(const std::string& relative) { return m_sHome + "/Library/" + relative; }
+    void file(const std::string& relative, std::size_t bytes = 3000) {
+        m_dir.writeFile("home/Library/" + relative, std::string(bytes, 'r'));
+    }
+
+    struct Entry {
+        std::string path;
+        std::int32_t type;
+        bool operator==(const Entry&) const = default;
+        friend void PrintTo(const Entry& entry, std::ostream* out) {
+            *out << entry.path << " (" << entry.type << ")";
+        }
+    };
+    static std::vector<Entry> entries(const SimpleRemainsInfo& info) {
+        std::vector<std::shared_ptr<PathForRemove>> list;
+        info.addRemoveObjectPathsToArray(list);
+        std::vector<Entry> out;
+        for (const auto& item : list) out.push_back({item->path(), item->type()});
+        return out;
+    }
+    std::shared_ptr<SimpleRemainsInfo> find(const std::optional<std::string>& id,
+                                            const std::optional<std::string>& executable,
+                                            std::shared_ptr<TotalsListener> listener = nullptr) {
+        auto bundle = platform::Bundle::bundleWithPath(
+            remainstest::makeApp(m_dir, "home/.Trash/Sample.app", id, executable));
+        return SimpleRemainsInfo::create(bundle, listener, m_paths, m_pCalculation);
+    }
+};
+
+TEST_F(SimpleRemainsInfoTest, FindsEveryKindOfRemainsInOrderAndSizesThem) {
+    const std::string id = "com.example.Sample";
+    file("Caches/" + id + "/Cache.db", 50000);
+    file("Caches/" + id + "/fsCachedData/x", 7000);
+    file("Saved Application State/" + id + ".savedState/windows.plist");
+    file("Preferences/" + id + ".plist");
+    file("Preferences/SampleExec/settings");
+    file("Logs/SampleExec.log");
+    // A dangling link named like a candidate is listed: the link itself exists.
+    m_dir.makeSymlink("home/Library/Cookies/" + id + ".cookies", m_dir / "gone");
+    file("Containers/" + id + "/Data/big", 120000);
+    file("Application Support/Caches/com.apple.helpd/Generated/" + id + ".help/index");
+    file("Application Support/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile/" +
+         id + ".help");
+    file("Application Support/Growl/Tickets/SampleExec.growlTicket");
+    file("Application Support/SampleExec/data");
+    file("LaunchAgents/" + id + ".plist");
+    file("LaunchAgents/" + id + ".helper.plist");
+    file("LaunchAgents/" + id + ".helper.txt");
+    file("LaunchAgents/com.example.sample.plist");  // the prefix is case-sensitive
+    file("LaunchAgents/other." + id + ".plist");
+    file("Application Support/CrashReporter/SampleExec_A1B2.plist");
+    file("Application Support/CrashReporter/SampleExecutor.plist");
+    file("Application Support/CrashReporter/sampleexec_C3.plist");
+    // Nothing outside the home's Library is looked at.
+    m_dir.writeFile("Library/Caches/" + id);
+    file("Caches/com.example.sample");
+
+    auto listener = std::make_shared<TotalsListener>();
+    auto info = find(id, "SampleExec", listener);
+    ASSERT_TRUE(info);
+    const std::string support = lib("Application Support/");
+    const std::vector<Entry> expected = {
+        {m_sHome + "/.Trash/Sample.app", 0},
+        {lib("Caches/" + id), 8},
+        {lib("Saved Application State/" + id + ".savedState"), 8},
+        {lib("Preferences/" + id + ".plist"), 10},
+        {lib("Preferences/SampleExec"), 10},
+        {lib("Logs/SampleExec.log"), 11},
+        {lib("Cookies/" + id + ".cookies"), 12},
+        {lib("Containers/" + id), 9},
+        {support + "Caches/com.apple.helpd/Generated/" + id + ".help", 3},
+        {support + "Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile/" + id +
+             ".help",
+         3},
+        {support + "Growl/Tickets/SampleExec.growlTicket", 3},
+        {support + "SampleExec", 3},
+        {lib("LaunchAgents/" + id + ".helper.plist"), 3},
+        {lib("LaunchAgents/" + id + ".plist"), 3},
+        {support + "CrashReporter/SampleExec_A1B2.plist", 13},
+        {support + "CrashReporter/SampleExecutor.plist", 13},
+    };
+    EXPECT_EQ(entries(*info), expected);
+
+    // One message per task, zero-sized ones (the dangling link) included,
+    // and the total only ever grows.
+    ASSERT_TRUE(remainstest::pumpUntil(
+        *m_pQueue, [&] { return listener->totals.size() == expected.size(); }, 1s));
+    std::uint64_t sum = 0;
+    for (const auto& entry : expected) sum += remainstest::expectedSize(entry.path);
+    EXPECT_TRUE(std::is_sorted(listener->totals.begin(), listener->totals.end()));
+    EXPECT_EQ(listener->totals.back(), sum);
+    EXPECT_EQ(info->getTotalSize(), sum);
+    EXPECT_GT(sum, 170000u);
+
+    // A second copy of the same application adds to the list and the total;
+    // another application does not.
+    const std::string copy =
+        remainstest::makeApp(m_dir, "home/.Trash/Copy/Sample.app", id, "SampleExec");
+    info->addBundle(platform::Bundle::bundleWithPath(copy));
+    info->addBundle(platform::Bundle::bundleWithPath(
+        remainstest::makeApp(m_dir, "home/.Trash/Other.app", "com.example.sample")));
+    info->addBundle(nullptr);
+    ASSERT_TRUE(remainstest::pumpUntil(
+        *m_pQueue, [&] { return listener->totals.size() == expected.size() + 1; }, 1s));
+    EXPECT_EQ(info->getTotalSize(), sum + remainstest::expectedSize(copy));
+    const auto withCopy = entries(*info);
+    ASSERT_EQ(withCopy.size(), expected.size() + 1);
+    EXPECT_EQ(withCopy[1], (Entry{copy, 0}));
+}
+
+TEST_F(SimpleRemainsInfoTest, NamesThatWouldReachOutsideOrAreEmptyFindNothing) {
+    // What a careless search would find.
+    file("x");
+    file("x.plist");
+    file("Application Support/CrashReporter/.plist");
+    file("Application Support/CrashReporter/anything.plist");
+    file("Logs/.log");
+    m_dir.writeFile("home/secret.cookies");
+    file("Preferences/Sample");
+    const std::string crashReporter = lib("Application Support/CrashReporter/");
+    const struct {
+        std::optional<std::string> id;
+        std::optional<std::string> executable;
+        std::vector<Entry> found;  // beyond the bundle itself
+    } cases[] = {
+        {"../x", "", {}},
+        {"../../secret", "", {}},
+        {"./x", "../x", {}},
+        {"a/../x", "", {}},
+        // The listed rows take names as the listing gives them: "." is a
+        // prefix like any other there, while the exact rows refuse it.
+        {"..", ".", {{crashReporter + ".plist", 13}}},
+        // Without an executable the bundle folder's name stands in.
+        {"com.example.none", std::nullopt, {{lib("Preferences/Sample"), 10}}},
+    };
+    for (const auto& c : cases) {
+        auto info = find(c.id, c.executable);
+        ASSERT_TRUE(info);
+        auto found = entries(*info);
+        ASSERT_FALSE(found.empty()) << c.id.value_or("nil");
+        EXPECT_EQ(found.front(), (Entry{m_sHome + "/.Trash/Sample.app", 0}));
+        found.erase(found.begin());
+        EXPECT_EQ(found, c.found) << c.id.value_or("nil");
+    }
+    // Without an identifier there is nothing to list anything under.
+    auto anonymous = find(std::nullopt, "Sample");
+    ASSERT_TRUE(anonymous);
+    EXPECT_TRUE(entries(*anonymous).empty());
+    EXPECT_FALSE(SimpleRemainsInfo::create(nullptr, {}, m_paths, m_pCalculation));
+}
+
+TEST_F(SimpleRemainsInfoTest, SafePathsStayInsideTheirFolder) {
+    const std::string folder = m_dir.makeDir("home/Library/Caches");
+    m_dir.makeDir("home/Library/Caches/a");
+    const struct {
+        std::optional<std::string> folder;
+        std::optional<std::string> name;
+        std::optional<std::string> path;
+    } cases[] = {
+        {folder, "com.example.app", folder + "/com.example.app"},
+        {folder, "a/../b", folder + "/b"},
+        {folder, "..x", folder + "/..x"},
+        {folder, "../x", std::nullopt},
+        {folder, "a/../../x", std::nullopt},
+        {folder, "a/..", std::nullopt},
+        {folder, "", std::nullopt},
+        {folder, ".", std::nullopt},
+        {std::nullopt, "x", std::nullopt},
+        {folder, std::nullopt, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(SimpleRemainsInfo::createSafeToDeletePathInFolder(c.folder, c.name), c.path)
+            << c.name.value_or("nil");
+    }
+}
+
+enum class Rule { Shows, BlockedByInstalledCopy, BlockedBySearch };
+
+class NotificationRule : public SimpleRemainsInfoTest {
+protected:
+    // What the rule decides for an application whose other copies lie at the
+    // given places, and by which route.
+    Rule decide(const std::string& id, const std::vector<std::string>& copies,
+                bool withLaunchServices = true) {
+        testsupport::TempDir place;
+        for (const auto& copy : copies) remainstest::makeApp(place, copy, id);
+        SimpleRemainsInfo::InstalledCopyLocations locations;
+        locations.systemApplicationsFolder = place / "Applications";
+        locations.volumesFolder = place / "Volumes";
+        locations.paths = PathsGenerator("user", place / "home");
+        if (withLaunchServices) {
+            locations.launchServicesRoots = {place / "Applications", place / "home/Applications",
+                                             place / "Volumes", place / "home/.Trash"};
+        }
+        int calls = 0;
+        bool gathered = false;
+        const auto token = platform::MetadataQuery::defaultCenter().addObserverForName(
+            platform::MetadataQuery::kDidFinishGatheringNotification, nullptr,
+            [&](const platform::Notification&) { gathered = true; });
+        const std::size_t searches = SpotlightEasySearch::runningSearchCount();
+        SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
+            id, [&] { ++calls; }, locations);
+        const bool searching = SpotlightEasySearch::runningSearchCount() > searches;
+        // The search's own observer runs in the same post as ours.
+        if (searching) remainstest::pumpUntil(*m_pQueue, [&] { return gathered; });
+        platform::MetadataQuery::defaultCenter().removeObserver(token);
+        m_pQueue->advance(31s);
+        EXPECT_LE(calls, 1);
+        if (calls > 0) return Rule::Shows;
+        return searching ? Rule::BlockedBySearch : Rule::BlockedByInstalledCopy;
+    }
+};
+
+TEST_F(NotificationRule, OnlyCopiesInTheApplicationsFoldersBlockIt) {
+    const std::string id = "com.example.app";
+    const struct {
+        std::vector<std::string> copies;
+        bool withLaunchServices;
+        Rule rule;
+    } cases[] = {
+        {{}, true, Rule::Shows},
+        {{"Applications/App.app"}, true, Rule::BlockedByInstalledCopy},
+        {{"Applications/Tools/App.app"}, true, Rule::BlockedByInstalledCopy},
+        {{"home/Applications/App.app"}, true, Rule::BlockedByInstalledCopy},
+        {{"Volumes/Disk/App.app"}, true, Rule::Shows},
+        {{"home/.Trash/App.app"}, true, Rule::Shows},
+        {{"Volumes/Disk/App.app", "home/.Trash/Old.app"}, true, Rule::Shows},
+        // When the list of installed copies misses them, the search finds them.
+        {{"Applications/App.app"}, false, Rule::BlockedBySearch},
+        {{"home/Applications/Sub/App.app"}, false, Rule::BlockedBySearch},
+        {{"Volumes/Disk/App.app"}, false, Rule::Shows},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(decide(id, c.copies, c.withLaunchServices), c.rule)
+            << (c.copies.empty() ? "no copy" : c.copies.front()) << ", copies listed "
+            << c.withLaunchServices;
+    }
+    // An identifier that breaks the search's predicate finds nothing.
+    EXPECT_EQ(decide("it's", {}), Rule::Shows);
+
+    int calls = 0;
+    SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(std::nullopt,
+                                                                     [&] { ++calls; });
+    m_pQueue->advance(31s);
+    EXPECT_EQ(calls, 0);
+}
+
+}  // namespace

@@ -1,0 +1,282 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "RemainsTestSupport.h"
+#include "remains/ObjectsProcessor.h"
+#include "remains/SafeCollector.h"
+#include "remains/StartStopTrigger.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using remainstest::pumpUntil;
+
+class RecordingListener : public StartStopTriggerListener {
+public:
+    void onTriggerStarted(StartStopTrigger&) override { calls += "S"; }
+    void onTriggerStopped(StartStopTrigger&) override { calls += "T"; }
+    std::string calls;
+};
+
+TEST(StartStopTrigger, OnlyEffectiveChangesAreReportedAndAdvanceTheCycle) {
+    auto listener = std::make_shared<RecordingListener>();
+    StartStopTrigger trigger(listener);
+    // stop, start, start, stop, stop, start, stop: repeats and a stop while
+    // paused do nothing; every effective stop moves the cycle on.
+    const char* ops = "TSSTTST";
+    const char* calls[] = {"", "S", "S", "ST", "ST", "STS", "STST"};
+    const std::uint32_t cycles[] = {1, 1, 1, 2, 2, 2, 3};
+    for (int i = 0; ops[i] != '\0'; ++i) {
+        ops[i] == 'S' ? trigger.start() : trigger.stop();
+        EXPECT_EQ(listener->calls, calls[i]) << i;
+        EXPECT_EQ(trigger.cycle(), cycles[i]) << i;
+        EXPECT_EQ(trigger.isPaused(), ops[i] == 'T') << i;
+    }
+    trigger.setCycle(UINT32_MAX);
+    trigger.start();
+    trigger.stop();
+    EXPECT_EQ(trigger.cycle(), 0u) << "the cycle wraps";
+}
+
+// Records the objects it is given, in order. An object equal to kGate blocks
+// its worker until open() is called.
+class Recorder : public ObjectProcessorDelegate, public ObjectProcessorWorker {
+public:
+    static constexpr int kGate = -1;
+
+    std::shared_ptr<ObjectProcessorWorker> createWorker() override {
+        return std::shared_ptr<ObjectProcessorWorker>(std::shared_ptr<void>(), this);
+    }
+    void onObjectsProcessorWorkBegin(ObjectsProcessor&) override { ++begun; }
+    void onObjectsProcessorWorkCompleted(ObjectsProcessor&) override { ++completed; }
+
+    void performWorkForObject(const ProcessorObject& object) override {
+        const int* value = std::any_cast<int>(&object);
+        if (value == nullptr) return;
+        std::unique_lock guard(m_lock);
+        if (*value == kGate) {
+            m_bGateReached = true;
+            m_wake.wait(guard, [this] { return m_bGateOpen; });
+        }
+        m_arrDone.push_back(*value);
+    }
+
+    void open() {
+        std::lock_guard guard(m_lock);
+        m_bGateOpen = true;
+        m_wake.notify_all();
+    }
+    bool gateReached() {
+        std::lock_guard guard(m_lock);
+        return m_bGateReached;
+    }
+    std::vector<int> done() {
+        std::lock_guard guard(m_lock);
+        return m_arrDone;
+    }
+
+    std::atomic<int> begun{0};
+    std::atomic<int> completed{0};
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+    bool m_bGateReached = false;
+    bool m_bGateOpen = false;
+    std::vector<int> m_arrDone;
+};
+
+class WorkerPool : public ::testing::Test {
+protected:
+    std::shared_ptr<dispatch::ManualMainQueue> m_pQueue =
+        std::make_shared<dispatch::ManualMainQueue>();
+    dispatch::ScopedMainQueue m_scope{m_pQueue};
+    // Made after the queue, so the pool goes first.
+    std::shared_ptr<Recorder> m_pRecorder = std::make_shared<Recorder>();
+
+    bool pumpUntil(const std::function<bool()>& done, dispatch::Duration step = {}) {
+        return remainstest::pumpUntil(*m_pQueue, done, step);
+    }
+    bool completedTimes(const std::shared_ptr<ObjectsProcessor>& pool, int times) {
+        return pumpUntil(
+            [&] { return m_pRecorder->completed == times && !pool->isProcessorWorking(); });
+    }
+};
+
+TEST_F(WorkerPool, PileIsWorkedNewestFirst) {
+    // Without auto-start the objects wait for the trigger.
+    auto pool = ObjectsProcessor::create(1, m_pRecorder, false);
+    pool->addObjects({1, 2, 3});
+    pool->addObject(4);
+    pool->getController()->start();
+    ASSERT_TRUE(completedTimes(pool, 1));
+    EXPECT_EQ(m_pRecorder->done(), (std::vector<int>{4, 3, 2, 1}));
+
+    // Objects that arrive while a worker is busy are taken newest first too.
+    auto running = ObjectsProcessor::create(1, m_pRecorder, true);
+    running->addObject(Recorder::kGate);
+    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->gateReached(); }));
+    EXPECT_TRUE(running->isProcessorWorking());
+    running->addObjects({5, 6});
+    running->addObject(7);
+    // An empty value would read as "nothing left" and send the worker idle.
+    running->addObject(ProcessorObject{});
+    // Let them all reach the pile before the worker looks again.
+    ASSERT_TRUE(pumpUntil([&] { return running->pendingObjectCount() == 3; }));
+    m_pRecorder->open();
+    ASSERT_TRUE(completedTimes(running, 2));
+    EXPECT_EQ(m_pRecorder->done(), (std::vector<int>{4, 3, 2, 1, Recorder::kGate, 7, 6, 5}));
+    EXPECT_EQ(m_pRecorder->begun, 2);
+}
+
+TEST_F(WorkerPool, StartingTwiceBeginsOneRun) {
+    auto pool = ObjectsProcessor::create(3, m_pRecorder, false);
+    // The gate, taken first, keeps the run from ending between the two starts.
+    pool->addObjects({1, 2, 3, 4, 5, Recorder::kGate});
+    pool->getController()->start();
+    pool->getController()->start();
+    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->done().size() == 5; }));
+    m_pRecorder->open();
+    ASSERT_TRUE(completedTimes(pool, 1));
+    auto done = m_pRecorder->done();
+    std::sort(done.begin(), done.end());
+    EXPECT_EQ(done, (std::vector<int>{Recorder::kGate, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(m_pRecorder->begun, 1);
+    // The run has ended and re-armed nothing: auto-start was off.
+    pool->addObject(7);
+    m_pQueue->advance(5s);
+    EXPECT_EQ(m_pRecorder->done().size(), 6u);
+    EXPECT_FALSE(pool->isProcessorWorking());
+}
+
+TEST_F(WorkerPool, StopEndsTheRunUnlessStartedAgain) {
+    for (bool restart : {false, true}) {
+        auto recorder = m_pRecorder = std::make_shared<Recorder>();
+        auto pool = ObjectsProcessor::create(1, recorder, true);
+        pool->addObject(Recorder::kGate);
+        ASSERT_TRUE(pumpUntil([&] { return recorder->gateReached(); }));
+        pool->addObjects({1, 2});
+        pool->getController()->stop();
+        if (restart) pool->getController()->start();
+        // The stop reaches the worker through the work queue; an object added
+        // after it lands behind it.
+        pool->addObject(3);
+        ASSERT_TRUE(pumpUntil([&] { return pool->pendingObjectCount() == 3; }));
+        recorder->open();
+        ASSERT_TRUE(completedTimes(pool, 1));
+        // The object being worked on finishes. After a stop the pending ones
+        // are dropped; after a restart a new loop takes them.
+        const std::vector<int> expected = restart ? std::vector<int>{Recorder::kGate, 3, 2, 1}
+                                                  : std::vector<int>{Recorder::kGate};
+        EXPECT_EQ(recorder->done(), expected);
+        EXPECT_EQ(recorder->begun, restart ? 2 : 1);
+        // Auto-start is armed again: the next object starts a new run.
+        pool->addObject(4);
+        ASSERT_TRUE(completedTimes(pool, 2));
+        EXPECT_EQ(recorder->done().back(), 4);
+    }
+}
+
+TEST_F(WorkerPool, IdleWorkersLookAgainAfterASecond) {
+    auto pool = ObjectsProcessor::create(2, m_pRecorder, true);
+    pool->addObject(Recorder::kGate);
+    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->gateReached(); }));
+    // The second worker finds nothing and goes idle: its next look is a timer.
+    ASSERT_TRUE(pumpUntil([&] { return m_pQueue->pendingCount() == 1; }));
+    // The first is busy, so the run goes on, and what arrives now waits for
+    // the idle worker's next look.
+    pool->addObject(1);
+    std::this_thread::sleep_for(20ms);
+    m_pQueue->runUntilIdle();
+    EXPECT_EQ(m_pRecorder->done(), std::vector<int>{});
+    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->done() == std::vector<int>{1}; }, 1s));
+    m_pRecorder->open();
+    ASSERT_TRUE(completedTimes(pool, 1));
+    EXPECT_EQ(m_pRecorder->done(), (std::vector<int>{1, Recorder::kGate}));
+}
+
+TEST_F(WorkerPool, WithoutWorkersNothingIsTakenAndTheRunNeverCompletes) {
+    auto pool = ObjectsProcessor::create(0, m_pRecorder, true);
+    pool->addObjects({1, 2});
+    ASSERT_TRUE(pumpUntil([&] { return pool->isProcessorWorking(); }));
+    for (int second = 0; second < 10; ++second) {
+        m_pQueue->advance(1s);
+        std::this_thread::sleep_for(2ms);
+    }
+    EXPECT_TRUE(pool->isProcessorWorking());
+    EXPECT_EQ(m_pRecorder->completed, 0);
+    // Stopping it is the way out: the pending objects are dropped.
+    pool->getController()->stop();
+    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->completed == 1; }, 1s));
+    EXPECT_TRUE(m_pRecorder->done().empty());
+}
+
+TEST_F(WorkerPool, GoesAwayWhileAWorkerIsBusy) {
+    auto pool = ObjectsProcessor::create(2, m_pRecorder, true);
+    pool->addObjects({1, Recorder::kGate});
+    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->gateReached(); }));
+    std::thread opener([&] {
+        std::this_thread::sleep_for(20ms);
+        m_pRecorder->open();
+    });
+    pool.reset();  // waits for the busy worker to finish its object
+    opener.join();
+    m_pQueue->advance(5s);
+    EXPECT_EQ(m_pRecorder->done().back(), Recorder::kGate);
+}
+
+class CollectingListener : public SafeCollectorListener {
+public:
+    void onSafeCollector(SafeCollector&, std::vector<std::any> items) override {
+        std::vector<int> batch;
+        for (const auto& item : items) batch.push_back(std::any_cast<int>(item));
+        std::lock_guard guard(m_lock);
+        m_arrBatches.push_back(batch);
+    }
+    std::vector<std::vector<int>> batches() {
+        std::lock_guard guard(m_lock);
+        return m_arrBatches;
+    }
+
+private:
+    std::mutex m_lock;
+    std::vector<std::vector<int>> m_arrBatches;
+};
+
+TEST(SafeCollector, HandsOverAtTheThresholdOrWhenForced) {
+    using Batches = std::vector<std::vector<int>>;
+    struct Case {
+        std::int64_t threshold;
+        Batches expected;
+    };
+    // Every case: add 1, add 2, force, add {3, 4, 5}, add 6, force.
+    const Case cases[] = {
+        {3, Batches{{1, 2}, {3, 4, 5}, {6}}},
+        {0, Batches{{1}, {2}, {}, {3, 4, 5}, {6}, {}}},
+        {10, Batches{{1, 2}, {3, 4, 5, 6}}},
+    };
+    for (const auto& c : cases) {
+        auto listener = std::make_shared<CollectingListener>();
+        auto collector = SafeCollector::create(listener, c.threshold);
+        collector->addObject(1);
+        collector->addObject(2);
+        collector->pushObjectsForced();
+        collector->addObjects({3, 4, 5});
+        collector->addObject(6);
+        collector->pushObjectsForced();
+        const auto deadline = std::chrono::steady_clock::now() + 10s;
+        while (listener->batches().size() < c.expected.size() &&
+               std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(1ms);
+        }
+        collector.reset();  // lets every queued block finish
+        EXPECT_EQ(listener->batches(), c.expected) << "threshold " << c.threshold;
+    }
+}
+
+}  // namespace
