@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "environment/StringUtils.h"
 #include "platform/UserDefaults.h"
 
 namespace DefaultsUtils {
@@ -18,29 +19,6 @@ std::size_t skipWhiteSpace(const std::string& text) {
     std::size_t at = 0;
     while (at < text.size() && isWhiteSpace(text[at])) ++at;
     return at;
-}
-
-// The leading decimal integer of a string, as a string's long long value is
-// read: white space, a sign, digits; saturating at the limits.
-std::int64_t leadingInteger(const std::string& text) {
-    std::size_t at = skipWhiteSpace(text);
-    bool negative = false;
-    if (at < text.size() && (text[at] == '+' || text[at] == '-')) negative = text[at++] == '-';
-    // Accumulated as a negative number, whose range is the larger one.
-    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
-    std::int64_t value = 0;
-    bool saturated = false;
-    for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-        const int digit = text[at] - '0';
-        if (value < (kMin + digit) / 10) {
-            saturated = true;
-            break;
-        }
-        value = value * 10 - digit;
-    }
-    if (negative) return saturated ? kMin : value;
-    if (saturated || value == kMin) return std::numeric_limits<std::int64_t>::max();
-    return -value;
 }
 
 bool leadingBool(const std::string& text) {
@@ -76,7 +54,7 @@ unsigned long long getUnsignedLongLongValueForKey(platform::UserDefaults& defaul
     if (auto value = object->asBool()) return *value ? 1 : 0;
     if (auto value = object->asReal()) return unsignedFromReal(*value);
     if (const std::string* text = object->asString()) {
-        return static_cast<unsigned long long>(leadingInteger(*text));
+        return static_cast<unsigned long long>(StringUtils::longLongValue(*text));
     }
     return 0;
 }

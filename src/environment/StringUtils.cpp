@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <limits>
+
 #include "platform/ByteCountFormatter.h"
 #include "platform/PathUtils.h"
 
@@ -72,6 +74,28 @@ std::string getDisplayNameAtPath(const std::string& path) {
     if (PathUtils::pathExtension(name) == "app")
         return PathUtils::stringByDeletingPathExtension(name);
     return name;
+}
+
+std::int64_t longLongValue(const std::string& text) {
+    std::size_t at = 0;
+    while (at < text.size() && (text[at] == ' ' || (text[at] >= '\t' && text[at] <= '\r'))) ++at;
+    bool negative = false;
+    if (at < text.size() && (text[at] == '+' || text[at] == '-')) negative = text[at++] == '-';
+    // Accumulated as a negative number, which has room for the minimum.
+    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+    std::int64_t value = 0;
+    bool saturated = false;
+    for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
+        const int digit = text[at] - '0';
+        if (value < (kMin + digit) / 10) {
+            saturated = true;
+            break;
+        }
+        value = value * 10 - digit;
+    }
+    if (saturated) return negative ? kMin : std::numeric_limits<std::int64_t>::max();
+    if (negative) return value;
+    return value == kMin ? std::numeric_limits<std::int64_t>::max() : -value;
 }
 
 }  // namespace StringUtils

@@ -38,4 +38,9 @@ std::string getNameForCopiedFile(const std::string& name, const std::string& fol
 // application bundle.
 std::string getDisplayNameAtPath(const std::string& path);
 
+// A string read as a signed 64-bit number the way a string's long long value
+// is read: leading white space, an optional sign, then decimal digits up to
+// the first other character; saturating at the limits; 0 when no digit follows.
+std::int64_t longLongValue(const std::string& text);
+
 }  // namespace StringUtils

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "environment/StringUtils.h"
 #include "messages/MessageFileUtils.h"
 
 namespace {
@@ -16,34 +17,6 @@ std::string asciiLowercase(std::string text) {
     return text;
 }
 
-// A string read as a signed 64-bit number: leading white space, an optional
-// sign, then decimal digits up to the first other character; saturating at
-// the limits; 0 when no digit follows.
-std::int64_t longLongValueOfString(const std::string& text) {
-    std::size_t at = 0;
-    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n' ||
-                                text[at] == '\r' || text[at] == '\v' || text[at] == '\f')) {
-        ++at;
-    }
-    bool negative = false;
-    if (at < text.size() && (text[at] == '+' || text[at] == '-')) negative = text[at++] == '-';
-    // Accumulated as a negative number, which has room for the minimum.
-    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
-    std::int64_t value = 0;
-    bool saturated = false;
-    for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-        const int digit = text[at] - '0';
-        if (value < (kMin + digit) / 10) {
-            saturated = true;
-            break;
-        }
-        value = value * 10 - digit;
-    }
-    if (saturated) return negative ? kMin : std::numeric_limits<std::int64_t>::max();
-    if (negative) return value;
-    return value == kMin ? std::numeric_limits<std::int64_t>::max() : -value;
-}
-
 // A JSON number or string read as a signed 64-bit number; nullopt for other
 // kinds. Booleans are numbers here (1 and 0), as the platform's parser makes
 // them. Unsigned values wrap; a fraction is truncated toward zero, and a real
@@ -52,7 +25,7 @@ std::int64_t longLongValueOfString(const std::string& text) {
 std::optional<std::int64_t> longLongValue(const nlohmann::json& value) {
     switch (value.type()) {
         case nlohmann::json::value_t::string:
-            return longLongValueOfString(value.get_ref<const std::string&>());
+            return StringUtils::longLongValue(value.get_ref<const std::string&>());
         case nlohmann::json::value_t::number_integer:
             return value.get<std::int64_t>();
         case nlohmann::json::value_t::number_unsigned:

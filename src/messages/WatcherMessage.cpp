@@ -8,45 +8,11 @@
 #include "messages/MessageEnvironment.h"
 #include "messages/MessageFileUtils.h"
 #include "platform/PathUtils.h"
+#include "platform/Utf8.h"
 
 namespace {
 
 std::atomic<std::uint64_t> s_nNameCounter{0};
-
-bool isValidUtf8(const std::string& text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    const std::size_t size = text.size();
-    for (std::size_t i = 0; i < size;) {
-        const unsigned char lead = bytes[i];
-        std::size_t length;
-        std::uint32_t point;
-        if (lead < 0x80) {
-            ++i;
-            continue;
-        } else if ((lead & 0xE0) == 0xC0) {
-            length = 2;
-            point = lead & 0x1F;
-        } else if ((lead & 0xF0) == 0xE0) {
-            length = 3;
-            point = lead & 0x0F;
-        } else if ((lead & 0xF8) == 0xF0) {
-            length = 4;
-            point = lead & 0x07;
-        } else {
-            return false;
-        }
-        if (size - i < length) return false;
-        for (std::size_t k = 1; k < length; ++k) {
-            if ((bytes[i + k] & 0xC0) != 0x80) return false;
-            point = (point << 6) | (bytes[i + k] & 0x3F);
-        }
-        static constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (point < kSmallest[length] || point > 0x10FFFF) return false;
-        if (point >= 0xD800 && point <= 0xDFFF) return false;
-        i += length;
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -97,7 +63,7 @@ bool WatcherMessage::loadFromPath(const std::string& path) {
 }
 
 bool WatcherMessage::loadFromText(const std::string& text) {
-    if (!isValidUtf8(text)) return false;
+    if (!Utf8::isValid(text)) return false;
     const std::string header = getProtocolName2() + "\n";
     if (text.compare(0, header.size(), header) != 0) return false;
 

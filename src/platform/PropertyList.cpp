@@ -15,6 +15,8 @@
 #include <memory>
 #include <utility>
 
+#include "platform/Utf8.h"
+
 namespace PropertyList {
 
 namespace {
@@ -248,41 +250,9 @@ bool xmlNestingIsBounded(std::string_view text) {
     return true;
 }
 
+// Text the writer can take: UTF-8 without NUL (libplist writes C strings).
 bool isValidUtf8(const std::string& text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    const std::size_t size = text.size();
-    for (std::size_t i = 0; i < size;) {
-        const unsigned char lead = bytes[i];
-        if (lead == 0) return false;  // the writer takes C strings
-        if (lead < 0x80) {
-            ++i;
-            continue;
-        }
-        std::size_t length;
-        std::uint32_t point;
-        if ((lead & 0xE0) == 0xC0) {
-            length = 2;
-            point = lead & 0x1F;
-        } else if ((lead & 0xF0) == 0xE0) {
-            length = 3;
-            point = lead & 0x0F;
-        } else if ((lead & 0xF8) == 0xF0) {
-            length = 4;
-            point = lead & 0x07;
-        } else {
-            return false;
-        }
-        if (size - i < length) return false;
-        for (std::size_t k = 1; k < length; ++k) {
-            if ((bytes[i + k] & 0xC0) != 0x80) return false;
-            point = (point << 6) | (bytes[i + k] & 0x3F);
-        }
-        static constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (point < kSmallest[length] || point > 0x10FFFF) return false;
-        if (point >= 0xD800 && point <= 0xDFFF) return false;
-        i += length;
-    }
-    return true;
+    return text.find('\0') == std::string::npos && Utf8::isValid(text);
 }
 
 // --- libplist tree to PlistValue -------------------------------------------

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 AttributedString::AttributedString(std::string_view text, const TextAttributes& attributes) {
     append(text, attributes);

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 InvalidColorValueException::InvalidColorValueException(const std::string& colorValue)
     : std::runtime_error("Color value " + colorValue +

@@ -9,7 +9,7 @@
 #include <charconv>
 #include <optional>
 
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 struct LocalizedFormatter::Impl {
     icu::Locale locale;

@@ -6,7 +6,7 @@
 #include <set>
 #include <utility>
 
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cerrno>
 
 #include "platform/PropertyList.h"
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 namespace StringsTable {
 

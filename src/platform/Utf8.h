@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-// UTF-8 and UTF-16 helpers for text that reaches the screen. Text from outside
-// may hold bytes that are not UTF-8; each such byte is read as U+FFFD, so
-// nothing is dropped and every offset stays well defined.
+// UTF-8 and UTF-16 helpers. Text from outside (files, messages, tables) may
+// hold bytes that are not UTF-8; each such byte is read as U+FFFD, so nothing
+// is dropped and every offset stays well defined.
 namespace Utf8 {
 
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;

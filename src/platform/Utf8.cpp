@@ -1,4 +1,4 @@
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 namespace Utf8 {
 
