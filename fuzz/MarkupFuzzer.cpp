@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "ui/MarkupStyler.h"
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 namespace {
 

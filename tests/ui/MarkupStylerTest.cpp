@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ui/MarkupStyler.h"
-#include "ui/Utf8.h"
+#include "platform/Utf8.h"
 
 namespace {
 
