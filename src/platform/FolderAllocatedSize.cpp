@@ -45,7 +45,7 @@ public:
 
     std::uint64_t walk(int rootFd) {
         m_depth = 0;
-        if (!push(rootFd)) return m_total;
+        push(rootFd);
         while (true) {
             Frame& frame = m_frames[m_depth];
             if (frame.next < frame.names.size()) {
@@ -54,7 +54,7 @@ public:
                 const int child = openFolderAt(frame.fd, name);
                 if (child >= 0) {
                     ++m_depth;
-                    if (!push(child)) --m_depth;
+                    push(child);
                 }
                 continue;
             }
@@ -69,34 +69,37 @@ public:
 private:
     struct Frame {
         int fd = -1;
+        // Who the folder is, read only when its descriptor is given up, to
+        // recognise it when it is found again through "..".
+        bool isIdentified = false;
         dev_t device = 0;
         ino_t inode = 0;
         std::string names;  // the sub-folders still to enter, each ended by '\0'
         std::size_t next = 0;
     };
 
-    // Makes `fd` the frame at m_depth and reads its folder; false (with fd
-    // closed) when it cannot be examined.
-    bool push(int fd) {
-        struct stat info {};
-        if (::fstat(fd, &info) != 0) {
-            ::close(fd);
-            return false;
-        }
+    // Makes `fd` the frame at m_depth and reads its folder. Nothing else is
+    // asked of the kernel per folder: a walk of a tree of small folders pays
+    // for every call it makes here.
+    void push(int fd) {
         if (m_frames.size() <= m_depth) m_frames.resize(m_depth + 1);
         Frame& frame = m_frames[m_depth];
         frame.fd = fd;
-        frame.device = info.st_dev;
-        frame.inode = info.st_ino;
+        frame.isIdentified = false;
         frame.names.clear();  // keeps its capacity for the next folder at this depth
         frame.next = 0;
         readFolder(frame);
         if (m_depth >= kMaxOpenFolders) {
             Frame& oldest = m_frames[m_depth - kMaxOpenFolders];
+            struct stat info {};
+            if (::fstat(oldest.fd, &info) == 0) {
+                oldest.isIdentified = true;
+                oldest.device = info.st_dev;
+                oldest.inode = info.st_ino;
+            }
             ::close(oldest.fd);
             oldest.fd = -1;
         }
-        return true;
     }
 
     // Leaves the frame at m_depth for its parent, finding the parent again
@@ -109,8 +112,8 @@ private:
         if (parent.fd < 0) {
             parent.fd = openFolderAt(frame.fd, "..");
             struct stat info {};
-            if (parent.fd < 0 || ::fstat(parent.fd, &info) != 0 || info.st_dev != parent.device ||
-                info.st_ino != parent.inode) {
+            if (parent.fd < 0 || !parent.isIdentified || ::fstat(parent.fd, &info) != 0 ||
+                info.st_dev != parent.device || info.st_ino != parent.inode) {
                 ok = false;
             }
         }
