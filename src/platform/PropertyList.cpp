@@ -281,6 +281,17 @@ double dateSeconds(plist_t node) {
     return seconds + fraction;
 }
 
+// The binary reader links array elements into a plain list, so reading
+// element i walks i links and reading a large array takes quadratic time.
+// Appending an element makes the library index a long array; taking that
+// element out again leaves the index in place.
+void indexLongArray(plist_t array, std::uint32_t count) {
+    constexpr std::uint32_t kShortArray = 100;
+    if (count <= kShortArray) return;
+    plist_array_append_item(array, plist_new_bool(0));
+    plist_array_remove_item(array, count);
+}
+
 std::optional<PlistValue> fromNode(plist_t node, std::size_t depth, bool fromXml) {
     switch (plist_get_node_type(node)) {
         case PLIST_BOOLEAN: {
@@ -332,6 +343,7 @@ std::optional<PlistValue> fromNode(plist_t node, std::size_t depth, bool fromXml
         case PLIST_ARRAY: {
             if (depth >= kMaxDepth) return std::nullopt;
             const std::uint32_t count = plist_array_get_size(node);
+            indexLongArray(node, count);
             PlistArray array;
             array.reserve(count);
             for (std::uint32_t i = 0; i < count; ++i) {
