@@ -1,6 +1,6 @@
 #include "app/AppDelegate.h"
 
-#include <unordered_set>
+#include <algorithm>
 
 #include "dispatch/MainQueue.h"
 #include "environment/PathsGenerator.h"
@@ -68,17 +68,19 @@ void AppDelegate::processOpenFileWithPath(const std::string& path) {
 // clear waits a little so that the Trash events of its own removal, which
 // arrive late, are still silenced. Exclusions that arrive meanwhile stay.
 void AppDelegate::clearExcludersExistingNow() {
-    // The snapshot holds the excluders themselves, so none of them can be
-    // freed and its identity reused by a newer one before the clear runs.
-    auto snapshot = std::make_shared<std::unordered_set<std::shared_ptr<NameExcluder>>>(
-        m_arrExcluders.begin(), m_arrExcluders.end());
-    dispatch::MainQueue::main().after(kClearDelay, [self = shared_from_this(), snapshot] {
-        std::vector<std::shared_ptr<NameExcluder>> kept;
-        for (auto& excluder : self->m_arrExcluders) {
-            if (snapshot->erase(excluder) == 0) kept.push_back(std::move(excluder));
-        }
-        self->m_arrExcluders = std::move(kept);
-    });
+    // Excluders are only ever appended, and a clear keeps the order of those
+    // it keeps, so the ones that exist now are the newest one and all before
+    // it: that one excluder stands for the whole snapshot. Holding it keeps
+    // its identity from being reused by a newer one before the clear runs.
+    // (A flood of clears then costs no copy of the list each.)
+    if (m_arrExcluders.empty()) return;
+    dispatch::MainQueue::main().after(
+        kClearDelay, [self = shared_from_this(), newest = m_arrExcluders.back()] {
+            auto& excluders = self->m_arrExcluders;
+            const auto last = std::find(excluders.begin(), excluders.end(), newest);
+            // Gone means an earlier clear already took it and all before it.
+            if (last != excluders.end()) excluders.erase(excluders.begin(), last + 1);
+        });
 }
 
 void AppDelegate::onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bundle) {

@@ -124,6 +124,15 @@ TEST_F(AppDelegateTest, ClearRemovesOnlyWhatExistedWhenItArrivedAndOnlyFiveSecon
     EXPECT_EQ(arrive(".Trash/A.app").size(), 1u);
     m_queue->advance(2s);  // the second clear had its own snapshot: A, B, C
     EXPECT_EQ(prefixes(), std::vector<std::string>{"D"});
+
+    // A clear of nothing spares what arrives after it, duplicates included.
+    m_queue->advance(10s);
+    delegate->openFile(clear());
+    m_queue->advance(10s);
+    delegate->openFile(clear());
+    delegate->openFile(exclude({"/E.app", "/E.app"}));
+    m_queue->advance(10s);
+    EXPECT_EQ(prefixes(), (std::vector<std::string>{"E", "E"}));
 }
 
 }  // namespace
