@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int kConnectMilliseconds = 1000;
+// How long the agent gives a peer to send its message.
 constexpr int kExchangeMilliseconds = 5000;
 constexpr char kAcknowledgement = 'k';
 
@@ -88,24 +89,34 @@ std::string OpenFileChannel::defaultSocketPath() {
     return folder + WatcherSettings::GetInstance().getHelperAppBundleID() + ".open-files";
 }
 
-OpenFileChannel::OpenFileChannel(std::string socketPath) : m_sSocketPath(std::move(socketPath)) {}
+OpenFileChannel::OpenFileChannel(std::string socketPath, std::chrono::milliseconds answerTimeout)
+    : m_sSocketPath(std::move(socketPath)), m_answerTimeout(answerTimeout) {}
 
 OpenFileChannel::~OpenFileChannel() {
     if (m_pServer) m_pServer->close();  // also removes the socket file
 }
 
 bool OpenFileChannel::forwardToRunningInstance(const std::vector<std::string>& paths) const {
-    if (m_sSocketPath.empty()) return false;
+    return forward(paths) == Forwarding::Delivered;
+}
+
+OpenFileChannel::Forwarding OpenFileChannel::forward(const std::vector<std::string>& paths) const {
+    if (m_sSocketPath.empty()) return Forwarding::NoAgent;
     QLocalSocket socket;
     socket.connectToServer(QString::fromStdString(m_sSocketPath));
-    if (!socket.waitForConnected(kConnectMilliseconds) || !isSameUser(socket)) return false;
+    if (!socket.waitForConnected(kConnectMilliseconds)) return Forwarding::NoAgent;
+    // Someone listens from here on, so this process must not take the
+    // socket over even if the exchange fails.
+    if (!isSameUser(socket)) return Forwarding::Unanswered;
     socket.write(encode(paths));
-    if (!socket.waitForBytesWritten(kExchangeMilliseconds)) return false;
+    const int waitMilliseconds = static_cast<int>(m_answerTimeout.count());
+    if (!socket.waitForBytesWritten(waitMilliseconds)) return Forwarding::Unanswered;
     while (socket.bytesAvailable() < 1) {
-        if (!socket.waitForReadyRead(kExchangeMilliseconds)) return false;
+        if (!socket.waitForReadyRead(waitMilliseconds)) return Forwarding::Unanswered;
     }
     char answer = 0;
-    return socket.read(&answer, 1) == 1 && answer == kAcknowledgement;
+    const bool delivered = socket.read(&answer, 1) == 1 && answer == kAcknowledgement;
+    return delivered ? Forwarding::Delivered : Forwarding::Unanswered;
 }
 
 bool OpenFileChannel::listen(Receiver receiver) {
@@ -127,7 +138,9 @@ bool OpenFileChannel::listen(Receiver receiver) {
 bool OpenFileChannel::forwardOrListen(const std::vector<std::string>& paths, Receiver receiver) {
     if (m_sSocketPath.empty()) return false;
     platform::FileLock lock(m_sSocketPath + ".lock");
-    if (forwardToRunningInstance(paths)) return true;
+    // An agent that listens but is slow to answer is still the agent: a
+    // second one would show every notification twice.
+    if (forward(paths) != Forwarding::NoAgent) return true;
     listen(std::move(receiver));
     return false;
 }

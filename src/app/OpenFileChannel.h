@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QLocalServer>
 #include <QObject>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,7 +28,10 @@ public:
     // Empty when there is no private temporary folder.
     static std::string defaultSocketPath();
 
-    explicit OpenFileChannel(std::string socketPath);
+    // `answerTimeout`: how long a second start waits for a busy agent to
+    // take its files.
+    explicit OpenFileChannel(std::string socketPath,
+                             std::chrono::milliseconds answerTimeout = std::chrono::seconds(30));
     ~OpenFileChannel() override;
 
     // Hands `paths` to a running agent. False when none answers; the caller
@@ -39,15 +43,18 @@ public:
     bool listen(Receiver receiver);
 
     // Both steps under one lock, so that two simultaneous starts cannot both
-    // become the agent: answers true when the paths were forwarded (the
-    // caller should exit), false when this process is now the listener or
-    // should run without a channel.
+    // become the agent: answers true when an agent listens (the caller should
+    // exit; the paths reached it unless it failed to answer in time), false
+    // when this process is now the listener or should run without a channel.
     bool forwardOrListen(const std::vector<std::string>& paths, Receiver receiver);
 
 private:
+    enum class Forwarding { Delivered, NoAgent, Unanswered };
+    Forwarding forward(const std::vector<std::string>& paths) const;
     void accept();
 
     std::string m_sSocketPath;
+    std::chrono::milliseconds m_answerTimeout;
     Receiver m_pReceiver;
     std::unique_ptr<QLocalServer> m_pServer;
 };

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <future>
 #include <thread>
@@ -79,6 +80,24 @@ TEST(OpenFileChannel, WithoutAnAgentTheNewProcessListensEvenOverALeftoverSocket)
     EXPECT_TRUE(spinUntil([&] { return !received.empty(); }));
     EXPECT_TRUE(sent.get());
     EXPECT_EQ(received, Paths{"/y"});
+}
+
+TEST(OpenFileChannel, AnAgentTooBusyToAnswerIsNotReplaced) {
+    TempDir dir;
+    const std::string socket = dir / "agent.socket";
+    // An agent that listens but does not get round to answering: its
+    // connections wait in the kernel's backlog.
+    QLocalServer busy;
+    ASSERT_TRUE(busy.listen(QString::fromStdString(socket)));
+
+    OpenFileChannel second(socket, std::chrono::milliseconds(200));
+    EXPECT_TRUE(second.forwardOrListen({"/x"}, [](Paths) {}));
+    EXPECT_FALSE(second.forwardToRunningInstance({"/x"}));
+    // The busy agent still owns the socket: a later start reaches it.
+    QLocalSocket client;
+    client.connectToServer(QString::fromStdString(socket));
+    EXPECT_TRUE(client.waitForConnected(1000));
+    EXPECT_TRUE(busy.waitForNewConnection(1000));
 }
 
 TEST(OpenFileChannel, OversizedMessagesAreCutOff) {
