@@ -1,0 +1,264 @@
+# The cases of the end-to-end suite, sourced by tests/e2e/run. Each case_*
+# function runs in a fresh sandboxed home (HOME, XDG_RUNTIME_DIR) with $out
+# for its files, and fails through `fail`.
+cases=(
+  demo_road
+  demo_road_in_german
+  apps_trashed_together_share_one_window
+  app_inside_a_trashed_folder
+  copy_still_installed_stays_silent
+  exclude_then_clear
+  focus_rules
+  deleting_the_bundle_ends_the_agent
+  second_start_forwards_to_the_agent
+  hostile_command_files
+)
+
+fail() {
+  printf 'FAILED: %s\n' "$*" >&2
+  import -window root "$out/failure.png" 2>/dev/null || true
+  exit 1
+}
+step() { printf '%s\n' "$*"; }
+
+received=""
+# Installs the sample Main application where the agent finds it and starts
+# the agent of the built bundle (or of the bundle given).
+start_session() {
+  cp -a "$main_bundle" "$HOME/Applications/"
+  received=$out/received.txt
+  : >"$received"
+  export SWEEPWELL_SAMPLE_OUTPUT=$received
+  start_agent "${1:-$helper_bundle}" "$out/agent.log" || fail "the agent did not start"
+}
+stop_agent() {
+  [ -n "${agent_pid:-}" ] || return 0
+  kill "$agent_pid" 2>/dev/null || true
+  wait "$agent_pid" 2>/dev/null || true
+}
+agent_alive() { kill -0 "$agent_pid" 2>/dev/null; }
+
+# An application in ~/Downloads with a few leftovers in Library.
+app() {  # name, identifier
+  make_app "$HOME/Downloads" "$1" "$2"
+  blob "$HOME/Library/Caches/$2/Cache.db" 300
+  blob "$HOME/Library/Preferences/$2.plist" 4
+}
+trash() { local name; for name; do mv "$HOME/Downloads/$name.app" "$HOME/.Trash/"; done; }
+untrash() { mv "$HOME/.Trash/$1.app" "$HOME/Downloads/"; }
+
+no_window() { ! find_window; }
+expect_window() { wait_for 15 find_window || fail "no notification appeared: $*"; }
+# Nothing may show for the given seconds: the quiet period, the checks and
+# the showing itself take well under that.
+expect_silence() {
+  if wait_for "$1" find_window; then fail "a notification appeared: ${*:2}"; fi
+}
+# Clicks "Complete Uninstall" (the primary button in the bottom right corner)
+# and waits for the removal list and for the window to go.
+accept() {
+  local X Y WIDTH HEIGHT SCREEN
+  sleep 0.5
+  eval "$(xdotool getwindowgeometry --shell "$window")"
+  : >"$received"
+  xdotool mousemove --window "$window" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
+  wait_for 15 test -s "$received" || fail "the Main application received nothing"
+  wait_for 5 no_window || fail "the window stayed after Complete Uninstall"
+  sleep 0.3  # the list is written in one go, but give the writer its end
+}
+listed() { grep -qF -- "$1" "$received"; }
+expect_listed() { local path; for path; do listed "$path" || fail "not in the removal list: $path"; done; }
+expect_unlisted() { local path; for path; do ! listed "$path" || fail "in the removal list: $path"; done; }
+
+# Command files go to the agent as the Main application sends them.
+main_app() { "$HOME/Applications/Sweepwell.app/Contents/MacOS/Sweepwell" "$@"; }
+message_folder() { printf '%s' "$XDG_RUNTIME_DIR/com.quorvex.Sweepwell-Plus-Helper"; }
+no_pending_messages() { [ -z "$(find "$(message_folder)" -name '*.msgforswhelp' -print -quit 2>/dev/null)" ]; }
+# Waits until the agent has consumed what the Main application sent.
+expect_consumed() {
+  wait_for 10 no_pending_messages || fail "the agent left a command file unread"
+}
+
+case_demo_road() { SWEEPWELL_DEMO_OUT=$out "$root/scripts/demo" --inside --check; }
+case_demo_road_in_german() {
+  SWEEPWELL_DEMO_OUT=$out "$root/scripts/demo" --inside --check --language de
+}
+
+case_apps_trashed_together_share_one_window() {
+  start_session
+  app "Alpha Notes" com.example.AlphaNotes
+  app "Beta Paint" com.example.BetaPaint
+  app "Gamma Mail" com.example.GammaMail
+  trash "Alpha Notes"
+  sleep 0.5
+  trash "Beta Paint"
+  expect_window "for two applications"
+  sleep 1
+  [ "$(agent_windows | wc -l)" -eq 1 ] || fail "$(agent_windows | wc -l) windows for two applications"
+  step "one window for two; a third arrives while it shows"
+  trash "Gamma Mail"
+  sleep 3.5
+  [ "$(agent_windows | wc -l)" -eq 1 ] || fail "the third application opened another window"
+  import -window root "$out/three.png"
+  accept
+  expect_listed "$HOME/.Trash/Alpha Notes.app" "$HOME/.Trash/Beta Paint.app" \
+    "$HOME/.Trash/Gamma Mail.app" "$HOME/Library/Caches/com.example.AlphaNotes" \
+    "$HOME/Library/Caches/com.example.BetaPaint" "$HOME/Library/Preferences/com.example.GammaMail.plist"
+}
+
+case_app_inside_a_trashed_folder() {
+  start_session
+  mkdir -p "$HOME/Downloads/Tools"
+  make_app "$HOME/Downloads/Tools" "Inner Tool" com.example.InnerTool
+  blob "$HOME/Library/Caches/com.example.InnerTool/Cache.db" 200
+  mv "$HOME/Downloads/Tools" "$HOME/.Trash/"
+  expect_window "for an application inside a trashed folder"
+  accept
+  expect_listed "$HOME/.Trash/Tools/Inner Tool.app" "$HOME/Library/Caches/com.example.InnerTool"
+}
+
+case_copy_still_installed_stays_silent() {
+  start_session
+  make_app "$HOME/Applications" "Kept App" com.example.KeptApp
+  app "Kept App" com.example.KeptApp
+  app "Control App" com.example.ControlApp
+  trash "Kept App"
+  expect_silence 6 "for an application still installed in ~/Applications"
+  step "silent while a copy is installed; a control application is still shown"
+  trash "Control App"
+  expect_window "for the control application"
+  accept
+  expect_listed "$HOME/.Trash/Control App.app"
+  expect_unlisted "Kept App" "com.example.KeptApp"
+}
+
+case_exclude_then_clear() {
+  start_session
+  app "Quiet App" com.example.QuietApp
+  main_app --exclude "/Applications/Quiet App.app"
+  expect_consumed
+  trash "Quiet App"
+  expect_silence 6 "for an excluded name"
+  step "excluded name silent"
+
+  untrash "Quiet App"
+  main_app --clear
+  expect_consumed
+  local cleared=$(date +%s%N)
+  # Arrivals within 5 s of the clear are still matched against the exclusion.
+  trash "Quiet App"
+  expect_silence 4 "within 5 s of the clear"
+  step "still silent within 5 s of the clear"
+
+  untrash "Quiet App"
+  local left=$(((cleared + 5600000000 - $(date +%s%N)) / 1000000))
+  [ $left -le 0 ] || sleep "$(awk -v ms=$left 'BEGIN { print ms / 1000 }')"
+  trash "Quiet App"
+  expect_window "after the clear took effect"
+  accept
+  expect_listed "$HOME/.Trash/Quiet App.app"
+}
+
+case_focus_rules() {
+  start_session
+  app "First App" com.example.FirstApp
+  app "Second App" com.example.SecondApp
+  xmessage -name other-application -geometry +100+300 "Another application" &
+  local other_pid=$! other
+  other=$(timeout 10 xdotool search --sync --onlyvisible --classname other-application | head -n1)
+  [ -n "$other" ] || fail "the other application's window did not appear"
+
+  trash "First App"
+  expect_window "for the first application"
+  wait_for 2 sh -c "[ \"\$(xdotool getwindowfocus)\" = $window ]" || fail "the notification did not take the focus"
+  xdotool windowfocus --sync "$other"
+  step "focus moved away at once"
+  sleep 3
+  find_window || fail "the window hid although the focus left in its first 2 s"
+
+  xdotool windowfocus --sync "$window"
+  sleep 0.3
+  xdotool windowfocus --sync "$other"
+  wait_for 3 no_window || fail "the window stayed after losing the focus later than 2 s"
+  step "focus lost after 2 s hides it"
+  [ ! -s "$received" ] || fail "hiding sent a removal list"
+  kill $other_pid
+
+  # Hidden means forgotten: the next notification is about the next application only.
+  trash "Second App"
+  expect_window "for the second application"
+  accept
+  expect_listed "$HOME/.Trash/Second App.app"
+  expect_unlisted "First App"
+}
+
+case_deleting_the_bundle_ends_the_agent() {
+  cp -a "$helper_bundle" "$HOME/Applications/"
+  local bundle="$HOME/Applications/Sweepwell Helper.app"
+  start_session "$bundle"
+  touch "$bundle/Contents/Info.plist"
+  mkdir "$bundle/Contents/Extra"
+  sleep 1
+  agent_alive || fail "the agent ended when its bundle was merely touched"
+  step "touching the bundle leaves it running"
+  rm -rf "$bundle"
+  wait_for 5 sh -c "! kill -0 $agent_pid 2>/dev/null" || fail "the agent runs on without its bundle"
+  local status=0
+  wait "$agent_pid" || status=$?
+  agent_pid=""
+  [ $status -eq 0 ] || fail "the agent ended with status $status"
+}
+
+case_second_start_forwards_to_the_agent() {
+  start_session
+  app "Forwarded App" com.example.ForwardedApp
+  app "Control App" com.example.ControlApp
+  mkdir -p "$SWEEPWELL_SANDBOX/outbox"
+  "$command_files" exclude "$SWEEPWELL_SANDBOX/outbox/exclude.msgforswhelp" "/Applications/Forwarded App.app"
+  # A relative path, as a launcher might pass it.
+  local status=0
+  (cd "$SWEEPWELL_SANDBOX/outbox" &&
+    timeout 20 "$helper_bundle/Contents/MacOS/SweepwellHelper" exclude.msgforswhelp) || status=$?
+  [ $status -eq 0 ] || fail "the second start ended with status $status"
+  [ ! -e "$SWEEPWELL_SANDBOX/outbox/exclude.msgforswhelp" ] || fail "the forwarded file is still there"
+  agent_alive || fail "the first agent is gone"
+  [ "$(pgrep -c -f "^$helper_bundle/Contents/MacOS/SweepwellHelper")" -eq 1 ] ||
+    fail "more than one agent runs"
+  step "second start handed over its file and left"
+
+  trash "Forwarded App"
+  expect_silence 6 "for the name the forwarded command excluded"
+  trash "Control App"
+  expect_window "for the control application"
+  accept
+  expect_listed "$HOME/.Trash/Control App.app"
+  expect_unlisted "Forwarded App"
+}
+
+case_hostile_command_files() {
+  start_session
+  local flood=$SWEEPWELL_SANDBOX/flood
+  "$command_files" hostile "$flood" 10000 "${SWEEPWELL_E2E_SEED:-$RANDOM}" || fail "could not write the files"
+  local before
+  before=$(cd "$flood/victims" && find . -printf '%p %s %T@\n' | sort | sha256sum)
+  step "opening 10000 hostile command files with the running agent"
+  local started=$SECONDS
+  find "$flood/hostile" "$flood/controls" -mindepth 1 -print0 |
+    xargs -0 -n 1000 "$helper_bundle/Contents/MacOS/SweepwellHelper" ||
+    fail "a start that forwarded files failed"
+  wait_for 60 sh -c "[ -z \"\$(find '$flood/hostile' -mindepth 1 -print -quit)\" ]" ||
+    fail "$(find "$flood/hostile" -mindepth 1 | wc -l) hostile files are still on disk"
+  step "all consumed in $((SECONDS - started)) s"
+  agent_alive || fail "the agent died"
+  [ "$(find "$flood/controls" -type f | wc -l)" -eq 4 ] || fail "a file with another extension was removed"
+  [ "$(cd "$flood/victims" && find . -printf '%p %s %T@\n' | sort | sha256sum)" = "$before" ] ||
+    fail "a file that a link pointed at was changed"
+  [ "$(pgrep -c -f "^$helper_bundle/Contents/MacOS/SweepwellHelper")" -eq 1 ] ||
+    fail "more than one agent runs"
+
+  app "After Flood" com.example.AfterFlood
+  trash "After Flood"
+  expect_window "after the flood"
+  accept
+  expect_listed "$HOME/.Trash/After Flood.app"
+}
