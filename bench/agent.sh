@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# The running agent as a user has it: idle cost and how soon a notification
+# follows a move into the Trash. The built Helper bundle runs under a private
+# X server in a sandboxed home (scripts/lib/sandbox.sh).
+#
+#   - idle: after start-up has settled, the CPU time the agent takes over
+#     AGENT_IDLE_SECONDS (default 60), read from /proc, and its resident memory
+#   - move to window: for each of AGENT_ROUNDS (default 7) new applications,
+#     the time from the rename into the Trash to the agent's window being on
+#     screen, less the 2 s quiet period the Trash watcher waits by design
+#
+# Prints one "name: value" line per figure. The bundle comes from the build
+# folder in SWEEPWELL_BUILD_DIR (default build/default).
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${SWEEPWELL_BUILD_DIR:-$root/build/default}
+source "$root/scripts/lib/sandbox.sh"
+
+if [ "${1:-}" != --inside ]; then
+  [ -x "$build/Sweepwell Helper.app/Contents/MacOS/SweepwellHelper" ] ||
+    { echo "agent: error the Helper is not built in $build" >&2; exit 1; }
+  log=$(mktemp -d /tmp/sweepwell-agent-bench.XXXXXX)
+  trap 'kill "${xvfb_pid:-0}" 2>/dev/null || true; rm -rf "$log"' EXIT
+  start_xvfb "$log/xvfb.log" || { echo "agent: error Xvfb did not start" >&2; exit 1; }
+  export SWEEPWELL_BUILD_DIR=$build AGENT_LOG=$log
+  in_sandbox "$0" --inside
+  exit $?
+fi
+
+enter_sandbox
+cp -a "$build/Sweepwell.app" "$HOME/Applications/"
+export SWEEPWELL_SAMPLE_OUTPUT=$SWEEPWELL_SANDBOX/received.txt
+start_agent "$build/Sweepwell Helper.app" "$AGENT_LOG/agent.log" ||
+  { echo "agent: error the agent did not start" >&2; exit 1; }
+trap 'kill "$agent_pid" 2>/dev/null || true' EXIT
+ticks_per_second=$(getconf CLK_TCK)
+
+# User plus system CPU time of the agent, in clock ticks.
+cpu_ticks() { awk '{ print $14 + $15 }' "/proc/$agent_pid/stat"; }
+resident_kib() { awk '/^VmRSS:/ { print $2 }' "/proc/$agent_pid/status"; }
+now_ns() { date +%s%N; }
+
+sleep 5  # start-up settles: fonts, the first Trash scan, the locale tables
+idle_seconds=${AGENT_IDLE_SECONDS:-60}
+before=$(cpu_ticks)
+sleep "$idle_seconds"
+after=$(cpu_ticks)
+idle_rss=$(resident_kib)
+
+rounds=${AGENT_ROUNDS:-7}
+: >"$AGENT_LOG/latencies"
+for ((round = 1; round <= rounds; round++)); do
+  name="Bench App $round"
+  make_app "$HOME/Downloads" "$name" "com.example.BenchApp$round"
+  blob "$HOME/Library/Caches/com.example.BenchApp$round/Cache.db" 2000
+  started=$(now_ns)
+  mv "$HOME/Downloads/$name.app" "$HOME/.Trash/"
+  # Polled without pause: the resolution is one xdotool call, a few ms.
+  deadline=$((started + 20000000000))
+  until find_window; do
+    [ "$(now_ns)" -lt $deadline ] || { echo "agent: error no window in round $round" >&2; exit 1; }
+  done
+  shown=$(now_ns)
+  echo $(((shown - started) / 1000000 - 2000)) >>"$AGENT_LOG/latencies"
+  # Dismiss it as a user would, so that the next round opens a new window.
+  sleep 0.5
+  eval "$(xdotool getwindowgeometry --shell "$window")"
+  xdotool mousemove --window "$window" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
+  wait_for 10 sh -c "[ -z \"\$(xdotool search --onlyvisible --pid $agent_pid 2>/dev/null)\" ]" ||
+    { echo "agent: error the window stayed in round $round" >&2; exit 1; }
+  sleep 1
+done
+busy_rss=$(resident_kib)
+
+median() { sort -n | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
+awk -v t=$((after - before)) -v hz="$ticks_per_second" -v s="$idle_seconds" \
+  'BEGIN { printf "agent idle CPU over %d s: %.3f %% (%.2f s of CPU)\n", s, 100 * t / hz / s, t / hz }'
+awk -v k="$idle_rss" 'BEGIN { printf "agent idle resident memory: %.1f MiB\n", k / 1024 }'
+awk -v k="$busy_rss" -v n="$rounds" 'BEGIN { printf "agent resident memory after %d notifications: %.1f MiB\n", n, k / 1024 }'
+echo "agent move to window beyond the quiet period median: $(median <"$AGENT_LOG/latencies") ms"
+echo "agent move to window beyond the quiet period range: $(sort -n "$AGENT_LOG/latencies" | sed -n '1p;$p' | paste -sd' ' | awk '{ print $1 " to " $2 }') ms"
