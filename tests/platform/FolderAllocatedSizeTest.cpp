@@ -103,22 +103,53 @@ TEST_F(FolderAllocatedSize, SumsTheEntriesThatAreNotFolders) {
 }
 
 TEST_F(FolderAllocatedSize, TreesDeeperThanTheOpenFolderBudget) {
-    // Deeper than the walker keeps descriptors for, with files and side
-    // branches on the way down, so that going back up through ".." must work.
-    std::string path = m_dir.makeDir("deep");
-    std::uint64_t expected = 0;
-    for (int level = 0; level < 150; ++level) {
-        path += "/d";
-        writeBytes(path + "/file", 1);
-        expected += blocksOf(path + "/file");
-        if (level % 7 == 0) {
-            writeBytes(path + "/side/file", 5000);
-            expected += blocksOf(path + "/side/file");
+    // A chain of folders far deeper than the walker keeps descriptors for.
+    // Every other level also holds two side folders with a file, one made
+    // before the chain's next folder and one after, named to sort on either
+    // side of it and differently at each level (hashed listings then differ
+    // from level to level). Whatever order the file system lists them in,
+    // many levels still have a folder to enter when the walk comes back up to
+    // them through "..", long after their descriptors were given up.
+    constexpr int kLevels = 150;
+    const std::string root = m_dir.makeDir("deep");
+    std::uint64_t made = 0;
+    const auto add = [&](const std::string& file, std::size_t length) {
+        writeBytes(file, length);
+        made += blocksOf(file);
+    };
+    std::string level = root;
+    int levelsLeftForLater = 0;
+    for (int depth = 0; depth < kLevels; ++depth) {
+        const bool withSides = depth % 2 == 0;
+        const std::string tag = std::to_string(depth);
+        if (withSides) add(level + "/a" + tag + "/file", 5000);
+        fs::create_directory(level + "/m");
+        if (!withSides) {
+            level += "/m";
+            continue;
         }
+        add(level + "/z" + tag + "/file", 1);
+        // Listed after the chain, a side folder is entered on the way back
+        // up; the walker keeps 64 descriptors.
+        bool chainSeen = false;
+        bool sideAfterChain = false;
+        for (const auto& entry : fs::directory_iterator(level)) {
+            if (entry.path().filename() == "m") {
+                chainSeen = true;
+            } else {
+                sideAfterChain = sideAfterChain || chainSeen;
+            }
+        }
+        if (sideAfterChain && depth + 64 < kLevels) ++levelsLeftForLater;
+        level += "/m";
     }
-    writeBytes(m_dir / "deep/last", 3);
-    expected += blocksOf(m_dir / "deep/last");
-    EXPECT_EQ(allocatedSizeOfFolderContents(m_dir / "deep", &always), expected);
+    add(level + "/last", 3);
+
+    // Worked out two ways: by what was made, and by the standard library's walk.
+    ASSERT_EQ(oracle(root), made);
+    EXPECT_EQ(allocatedSizeOfFolderContents(root, &always), made);
+    // Otherwise this tree would not test the way back up on this file system.
+    EXPECT_GT(levelsLeftForLater, 5);
 }
 
 TEST_F(FolderAllocatedSize, UnreadableFoldersAreSkipped) {

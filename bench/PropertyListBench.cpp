@@ -1,0 +1,119 @@
+// Reading binary property lists with long arrays: a plain array of short
+// strings, and the keyed archive of an exclude command holding N paths, as
+// the Main application sends it. Reading must stay linear in the number of
+// elements (the fitted complexity is reported as the "_BigO" line); a reader
+// that walks a list to reach each element is quadratic and shows it here at
+// 100,000 elements.
+// The bytes are made once per size, outside the timed loop.
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "messages/ArchivedObject.h"
+#include "messages/FileMessage.h"
+#include "messages/KeyedArchive.h"
+#include "platform/PlistValue.h"
+#include "platform/PropertyList.h"
+
+namespace {
+
+// Distinct strings, so that the writer cannot share one object between them.
+std::string shortString(std::size_t i) {
+    return "item " + std::to_string(i);
+}
+
+// A path such as the Main application lists after a removal.
+std::string leftoverPath(std::size_t i) {
+    return "/Users/someone/Library/Caches/com.example.application" + std::to_string(i % 97) +
+           "/Cache.db-" + std::to_string(i);
+}
+
+const std::vector<std::uint8_t>& arrayBytes(std::size_t count) {
+    static std::map<std::size_t, std::vector<std::uint8_t>> made;
+    auto& bytes = made[count];
+    if (bytes.empty()) {
+        PlistArray array;
+        array.reserve(count);
+        for (std::size_t i = 0; i < count; ++i) array.emplace_back(shortString(i));
+        bytes = PropertyList::toBinary(PlistValue(std::move(array)));
+    }
+    return bytes;
+}
+
+const std::vector<std::uint8_t>& excludeCommandBytes(std::size_t count) {
+    static std::map<std::size_t, std::vector<std::uint8_t>> made;
+    auto& bytes = made[count];
+    if (bytes.empty()) {
+        ArchivedObject::Array paths;
+        paths.reserve(count);
+        for (std::size_t i = 0; i < count; ++i) paths.emplace_back(leftoverPath(i));
+        ArchivedObject::Dictionary command;
+        command.emplace_back(ArchivedObject(FileMessage::kCommandKey),
+                             ArchivedObject(FileMessage::kExcludePathsCommand));
+        command.emplace_back(ArchivedObject(FileMessage::kPathsKey),
+                             ArchivedObject(std::move(paths)));
+        bytes = KeyedArchive::archivedDataWithRootObject(ArchivedObject(std::move(command)));
+    }
+    return bytes;
+}
+
+void BM_ParseBinaryStringArray(benchmark::State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
+    const std::vector<std::uint8_t>& bytes = arrayBytes(count);
+    for (auto _ : state) {
+        const std::optional<PlistValue> value = PropertyList::parse(bytes.data(), bytes.size());
+        const PlistArray* array = value ? value->asArray() : nullptr;
+        const std::string* last = array && !array->empty() ? array->back().asString() : nullptr;
+        if (last == nullptr || array->size() != count || *last != shortString(count - 1)) {
+            state.SkipWithError("the array did not read back");
+            break;
+        }
+        benchmark::DoNotOptimize(array);
+    }
+    state.SetComplexityN(state.range(0));
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * state.range(0));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+    state.counters["plist_bytes"] = static_cast<double>(bytes.size());
+}
+BENCHMARK(BM_ParseBinaryStringArray)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
+
+void BM_UnarchiveExcludeCommand(benchmark::State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
+    const std::vector<std::uint8_t>& bytes = excludeCommandBytes(count);
+    for (auto _ : state) {
+        const std::optional<ArchivedObject> command = KeyedArchive::unarchiveObjectWithData(bytes);
+        const ArchivedObject* paths =
+            command ? command->objectForKey(FileMessage::kPathsKey) : nullptr;
+        const ArchivedObject::Array* array = paths ? paths->asArray() : nullptr;
+        const std::string* last = array && !array->empty() ? array->back().asString() : nullptr;
+        if (last == nullptr || array->size() != count || *last != leftoverPath(count - 1)) {
+            state.SkipWithError("the command did not read back");
+            break;
+        }
+        benchmark::DoNotOptimize(array);
+    }
+    state.SetComplexityN(state.range(0));
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * state.range(0));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+    state.counters["plist_bytes"] = static_cast<double>(bytes.size());
+}
+BENCHMARK(BM_UnarchiveExcludeCommand)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
+
+}  // namespace
+
+BENCHMARK_MAIN();
