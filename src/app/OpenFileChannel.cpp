@@ -135,12 +135,22 @@ bool OpenFileChannel::listen(Receiver receiver) {
     return true;
 }
 
-bool OpenFileChannel::forwardOrListen(const std::vector<std::string>& paths, Receiver receiver) {
-    if (m_sSocketPath.empty()) return false;
+bool OpenFileChannel::forwardOrListen(const std::vector<std::string>& paths, Receiver receiver,
+                                      const std::function<void()>& launch) {
+    const auto becomeAgent = [&] {
+        if (launch) launch();
+    };
+    if (m_sSocketPath.empty()) {
+        becomeAgent();
+        return false;
+    }
     platform::FileLock lock(m_sSocketPath + ".lock");
     // An agent that listens but is slow to answer is still the agent: a
     // second one would show every notification twice.
     if (forward(paths) != Forwarding::NoAgent) return true;
+    // The socket appears only once the agent has launched, so that whoever
+    // waits for it (a second start, a test) finds the Trash already watched.
+    becomeAgent();
     listen(std::move(receiver));
     return false;
 }

@@ -44,9 +44,11 @@ public:
 
     // Both steps under one lock, so that two simultaneous starts cannot both
     // become the agent: answers true when an agent listens (the caller should
-    // exit; the paths reached it unless it failed to answer in time), false
-    // when this process is now the listener or should run without a channel.
-    bool forwardOrListen(const std::vector<std::string>& paths, Receiver receiver);
+    // exit; the paths reached it unless it failed to answer in time). Answers
+    // false when this process is to be the agent: `launch` has then run, and
+    // the process listens (or runs without a channel when it cannot).
+    bool forwardOrListen(const std::vector<std::string>& paths, Receiver receiver,
+                         const std::function<void()>& launch = nullptr);
 
 private:
     enum class Forwarding { Delivered, NoAgent, Unanswered };

@@ -50,12 +50,13 @@ int main(int argc, char** argv) {
     const std::vector<std::string> files = filesToOpen();
     OpenFileChannel channel(OpenFileChannel::defaultSocketPath());
     const bool forwarded = channel.forwardOrListen(
-        files, [weak = std::weak_ptr<AppDelegate>(delegate)](std::vector<std::string> paths) {
+        files,
+        [weak = std::weak_ptr<AppDelegate>(delegate)](std::vector<std::string> paths) {
             if (auto agent = weak.lock()) agent->openFiles(paths);
-        });
+        },
+        [&] { delegate->applicationDidFinishLaunching(); });
     if (forwarded) return 0;  // the running agent has them
 
-    delegate->applicationDidFinishLaunching();
     if (!files.empty()) delegate->openFiles(files);
     return application.exec();
 }

@@ -4,8 +4,10 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <atomic>
 #include <future>
 #include <thread>
 
@@ -33,7 +35,19 @@ TEST(OpenFileChannel, SecondStartHandsItsFilesToTheAgent) {
     const std::string socket = dir / "agent.socket";
     std::vector<Paths> received;
     OpenFileChannel agent(socket);
-    ASSERT_FALSE(agent.forwardOrListen({}, [&](Paths paths) { received.push_back(paths); }));
+    // The agent launches before its socket appears: whoever waits for the
+    // socket finds a launched agent.
+    std::atomic<int> launches = 0;
+    bool socketExistedAtLaunch = true;
+    ASSERT_FALSE(agent.forwardOrListen(
+        {}, [&](Paths paths) { received.push_back(paths); },
+        [&] {
+            ++launches;
+            socketExistedAtLaunch = QFileInfo::exists(QString::fromStdString(socket));
+        }));
+    EXPECT_EQ(launches, 1);
+    EXPECT_FALSE(socketExistedAtLaunch);
+    EXPECT_TRUE(QFileInfo::exists(QString::fromStdString(socket)));
 
     struct Case {
         Paths sent;
@@ -47,13 +61,14 @@ TEST(OpenFileChannel, SecondStartHandsItsFilesToTheAgent) {
     for (const Case& c : cases) {
         received.clear();
         auto sent = std::async(std::launch::async, [&] {
-            return OpenFileChannel(socket).forwardOrListen(c.sent, nullptr);
+            return OpenFileChannel(socket).forwardOrListen(c.sent, nullptr, [&] { ++launches; });
         });
         EXPECT_TRUE(spinUntil([&] { return !received.empty(); }));
         EXPECT_TRUE(sent.get());
         ASSERT_EQ(received.size(), 1u);
         EXPECT_EQ(received.front(), c.expected);
     }
+    EXPECT_EQ(launches, 1) << "a second start launched as an agent";
 
     // A start with nothing to open still finds the agent and leaves it be.
     received.clear();
