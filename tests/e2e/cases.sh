@@ -45,7 +45,10 @@ app() {  # name, identifier
   blob "$HOME/Library/Preferences/$2.plist" 4
 }
 trash() { local name; for name; do mv "$HOME/Downloads/$name.app" "$HOME/.Trash/"; done; }
-untrash() { mv "$HOME/.Trash/$1.app" "$HOME/Downloads/"; }
+# Takes an application back out of the Trash and waits until the watcher has
+# seen it go: out and in again within its quiet period would look like no
+# change at all.
+untrash_and_settle() { mv "$HOME/.Trash/$1.app" "$HOME/Downloads/"; sleep 2.5; }
 
 no_window() { ! find_window; }
 expect_window() { wait_for 15 find_window || fail "no notification appeared: $*"; }
@@ -141,7 +144,7 @@ case_exclude_then_clear() {
   expect_silence 6 "for an excluded name"
   step "excluded name silent"
 
-  untrash "Quiet App"
+  untrash_and_settle "Quiet App"
   main_app --clear
   expect_consumed
   local cleared=$(date +%s%N)
@@ -150,7 +153,7 @@ case_exclude_then_clear() {
   expect_silence 4 "within 5 s of the clear"
   step "still silent within 5 s of the clear"
 
-  untrash "Quiet App"
+  untrash_and_settle "Quiet App"
   local left=$(((cleared + 5600000000 - $(date +%s%N)) / 1000000))
   [ $left -le 0 ] || sleep "$(awk -v ms=$left 'BEGIN { print ms / 1000 }')"
   trash "Quiet App"
