@@ -62,6 +62,20 @@ const std::vector<std::uint8_t>& excludeCommandBytes(std::size_t count) {
     return bytes;
 }
 
+// Elements per second and bytes per second, with N for the complexity fit.
+void recordPerElement(benchmark::State& state, std::size_t plistBytes) {
+    state.SetComplexityN(state.range(0));
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * state.range(0));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * plistBytes));
+    state.counters["plist_bytes"] = static_cast<double>(plistBytes);
+}
+
+// Three sizes a decade apart, fitted to O(N).
+void linearSizes(benchmark::internal::Benchmark* sizes) {
+    sizes->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+    sizes->Complexity(benchmark::oN);
+}
+
 void BM_ParseBinaryStringArray(benchmark::State& state) {
     const auto count = static_cast<std::size_t>(state.range(0));
     const std::vector<std::uint8_t>& bytes = arrayBytes(count);
@@ -75,17 +89,10 @@ void BM_ParseBinaryStringArray(benchmark::State& state) {
         }
         benchmark::DoNotOptimize(array);
     }
-    state.SetComplexityN(state.range(0));
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * state.range(0));
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
-    state.counters["plist_bytes"] = static_cast<double>(bytes.size());
+    recordPerElement(state, bytes.size());
 }
 BENCHMARK(BM_ParseBinaryStringArray)
-    ->Arg(1000)
-    ->Arg(10000)
-    ->Arg(100000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity(benchmark::oN);
+->Apply(linearSizes);
 
 void BM_UnarchiveExcludeCommand(benchmark::State& state) {
     const auto count = static_cast<std::size_t>(state.range(0));
@@ -102,17 +109,10 @@ void BM_UnarchiveExcludeCommand(benchmark::State& state) {
         }
         benchmark::DoNotOptimize(array);
     }
-    state.SetComplexityN(state.range(0));
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * state.range(0));
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
-    state.counters["plist_bytes"] = static_cast<double>(bytes.size());
+    recordPerElement(state, bytes.size());
 }
 BENCHMARK(BM_UnarchiveExcludeCommand)
-    ->Arg(1000)
-    ->Arg(10000)
-    ->Arg(100000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity(benchmark::oN);
+->Apply(linearSizes);
 
 }  // namespace
 
