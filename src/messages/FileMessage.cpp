@@ -119,23 +119,17 @@ void FileMessage::transmit() const {
     if (!application) return;
     const auto file = saveToFile();
     if (!file) return;
-    (void)platform::Workspace::openFile(*file, *application);
+    (void)platform::Workspace::openFile(*file, *application, m_pEnvironment.trust);
 }
 
 std::optional<std::string> FileMessage::getAppPathForMessage() const {
     const auto receiver = receiverAppBundleId();
     if (!receiver) return std::nullopt;
-    std::optional<std::string> candidate;
-    const auto running = platform::Workspace::runningApplicationsWithBundleIdentifier(*receiver);
-    if (!running.empty() && !running.front().executableURL.empty()) {
-        candidate = running.front().executableURL;
-    }
+    // Every route answers only a copy that no other user could have planted.
+    std::optional<std::string> candidate = m_pEnvironment.runningCopyToStart(*receiver);
     if (*receiver == m_pEnvironment.mainAppBundleId && !candidate) {
-        candidate = findRelativeAppWithBundleId(*receiver);
-        if (!candidate) {
-            candidate = platform::LaunchServices::urlForApplicationWithBundleIdentifier(
-                *receiver, m_pEnvironment.applicationFolders);
-        }
+        candidate = m_pEnvironment.startable(findRelativeAppWithBundleId(*receiver));
+        if (!candidate) candidate = m_pEnvironment.installedCopyToStart(*receiver);
     }
     return candidate;
 }

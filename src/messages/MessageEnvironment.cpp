@@ -5,6 +5,7 @@
 #include "platform/LaunchServices.h"
 #include "platform/PathUtils.h"
 #include "platform/TemporaryDirectory.h"
+#include "platform/Workspace.h"
 
 MessageEnvironment MessageEnvironment::standard() {
     const WatcherSettings& settings = WatcherSettings::GetInstance();
@@ -24,4 +25,30 @@ MessageEnvironment MessageEnvironment::standard() {
     }
     environment.applicationFolders = platform::LaunchServices::applicationFolders();
     return environment;
+}
+
+std::optional<std::string> MessageEnvironment::runningCopyToStart(
+    const std::string& bundleId) const {
+    for (const auto& copy :
+         platform::Workspace::runningApplicationsWithBundleIdentifier(bundleId)) {
+        if (!copy.executableURL.empty() && trust.trustedExecutableOfBundle(copy.bundleURL)) {
+            return copy.executableURL;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> MessageEnvironment::installedCopyToStart(
+    const std::string& bundleId) const {
+    for (const std::string& copy :
+         platform::LaunchServices::copiesOfBundleIdentifier(bundleId, applicationFolders)) {
+        if (trust.trustedExecutableOfBundle(copy)) return copy;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> MessageEnvironment::startable(
+    const std::optional<std::string>& bundlePath) const {
+    if (!bundlePath || !trust.trustedExecutableOfBundle(*bundlePath)) return std::nullopt;
+    return bundlePath;
 }

@@ -3,7 +3,6 @@
 #include "environment/ApplicationDirectoryUtils.h"
 #include "messages/WatcherMessage.h"
 #include "platform/Bundle.h"
-#include "platform/LaunchServices.h"
 #include "platform/Workspace.h"
 
 NotificationsManager& NotificationsManager::GetInstance() {
@@ -16,18 +15,14 @@ NotificationsManager::NotificationsManager(MessageEnvironment environment)
 
 std::optional<std::string> NotificationsManager::findMainApplication() const {
     const std::string& mainId = m_pEnvironment.mainAppBundleId;
-    std::optional<std::string> candidate;
-    const auto running = platform::Workspace::runningApplicationsWithBundleIdentifier(mainId);
-    if (!running.empty() && !running.front().executableURL.empty()) {
-        candidate = running.front().executableURL;
-    } else {
-        candidate = platform::LaunchServices::urlForApplicationWithBundleIdentifier(
-            mainId, m_pEnvironment.applicationFolders);
-    }
+    // Only copies that no other user could have planted or changed count,
+    // whichever way they were found.
+    std::optional<std::string> candidate = m_pEnvironment.runningCopyToStart(mainId);
+    if (!candidate) candidate = m_pEnvironment.installedCopyToStart(mainId);
     // The copy that carries this Helper wins over any other: it is the one
     // the user installed together with it.
-    if (auto enclosing =
-            ApplicationDirectoryUtils::parentAppPathForPath(m_pEnvironment.ownBundlePath)) {
+    if (auto enclosing = m_pEnvironment.startable(
+            ApplicationDirectoryUtils::parentAppPathForPath(m_pEnvironment.ownBundlePath))) {
         auto bundle = platform::Bundle::bundleWithPath(*enclosing);
         if (bundle && bundle->bundleIdentifier() == mainId) candidate = *enclosing;
     }
@@ -42,5 +37,6 @@ void NotificationsManager::removeFilePaths(
     WatcherMessage message;
     message.setPathsForRemove(paths);
     const auto file = message.saveForTransmit(m_pEnvironment.messageFolder);
-    (void)platform::Workspace::openFile(file.value_or(*application), *application);
+    (void)platform::Workspace::openFile(file.value_or(*application), *application,
+                                        m_pEnvironment.trust);
 }

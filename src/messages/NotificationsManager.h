@@ -24,7 +24,8 @@ public:
     // The Main application to hand the list to: the application bundle that
     // encloses the Helper's own bundle when it has the Main application's
     // identifier; else the executable of the first running copy; else the
-    // first installed copy. nullopt when there is none.
+    // first installed copy. Only copies the environment's trust lets us
+    // start are considered. nullopt when there is none.
     std::optional<std::string> findMainApplication() const;
 
 private:

@@ -16,6 +16,7 @@
 #include <optional>
 
 #include "platform/Bundle.h"
+#include "platform/BundleTrust.h"
 #include "platform/LaunchServices.h"
 #include "platform/PathUtils.h"
 
@@ -62,43 +63,64 @@ std::string readSmallFile(const std::string& path, std::size_t limit) {
     return contents;
 }
 
-bool startsWithInterpreterLine(const std::string& path) {
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// The file a path leads to (links followed, as exec follows them).
+std::optional<FileIdentity> identityOf(const std::string& path) {
     struct stat info {};
-    if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0) return false;
-    char magic[2] = {};
-    ssize_t got;
-    do {
-        got = ::read(fd, magic, sizeof magic);
-    } while (got < 0 && errno == EINTR);
-    ::close(fd);
-    return got == 2 && magic[0] == '#' && magic[1] == '!';
+    if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+    return FileIdentity{info.st_dev, info.st_ino};
 }
 
-// The programs a process may be running: its executable and, when that is an
-// interpreter started through a script's "#!" line, the script. The kernel
-// starts such a script as "interpreter [one option] script arguments...".
-std::vector<std::string> programsOfProcess(const std::string& processFolder) {
-    std::vector<std::string> programs;
+// The interpreter a script's "#!" line names; empty when the file is not such
+// a script. The kernel reads at most this much of that line.
+std::string interpreterOfScript(const std::string& path) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
+    const std::string head = readSmallFile(path, 256);
+    if (head.size() < 3 || head[0] != '#' || head[1] != '!') return {};
+    const std::size_t lineEnd = std::min(head.find('\n'), head.size());
+    const std::size_t start = head.find_first_not_of(" \t", 2);
+    if (start == std::string::npos || start >= lineEnd) return {};
+    const std::size_t end = std::min(head.find_first_of(" \t", start), lineEnd);
+    return head.substr(start, end - start);
+}
+
+// The program a process runs: its executable file or, when that is an
+// interpreter started for a script, the script. A script counts only when the
+// process's executable is the very interpreter the script's "#!" line names
+// and the script is the first argument after the interpreter's own options;
+// a script merely named on a command line ("less script", "tail -f script")
+// is not being run. `identity` is the file the answer stands for.
+std::vector<std::pair<std::string, FileIdentity>> programsOfProcess(
+    const std::string& processFolder) {
+    std::vector<std::pair<std::string, FileIdentity>> programs;
     auto executable = readLink(processFolder + "/exe");
-    if (!executable) return programs;
-    programs.push_back(*executable);
+    const auto executableIdentity = identityOf(processFolder + "/exe");
+    if (!executable || !executableIdentity) return programs;
+    programs.emplace_back(*executable, *executableIdentity);
     const std::string commandLine = readSmallFile(processFolder + "/cmdline", 16384);
     std::vector<std::string> arguments;
-    for (std::size_t start = 0; start < commandLine.size() && arguments.size() < 3;) {
+    for (std::size_t start = 0; start < commandLine.size() && arguments.size() < 16;) {
         std::size_t end = commandLine.find('\0', start);
         if (end == std::string::npos) end = commandLine.size();
         arguments.push_back(commandLine.substr(start, end - start));
         start = end + 1;
     }
-    for (std::size_t i = 1; i < arguments.size(); ++i) {
-        if (!arguments[i].empty() && arguments[i][0] == '/' &&
-            startsWithInterpreterLine(arguments[i])) {
-            programs.push_back(arguments[i]);
-            break;
-        }
+    std::size_t i = 1;
+    while (i < arguments.size() && !arguments[i].empty() && arguments[i][0] == '-') ++i;
+    if (i >= arguments.size() || arguments[i].empty() || arguments[i][0] != '/') return programs;
+    const std::string& script = arguments[i];
+    const std::string interpreter = interpreterOfScript(script);
+    if (interpreter.empty() || interpreter[0] != '/' ||
+        identityOf(interpreter) != executableIdentity) {
+        return programs;
     }
+    if (auto scriptIdentity = identityOf(script)) programs.emplace_back(script, *scriptIdentity);
     return programs;
 }
 
@@ -186,12 +208,10 @@ bool spawnDetached(const std::string& program, const std::vector<std::string>& a
     return got == 0;
 }
 
-std::string executableOfBundle(const std::string& path) {
-    auto bundle = Bundle::bundleWithPath(path);
-    if (!bundle) return {};
-    const std::string executable = bundle->executablePath();
-    if (executable.empty() || ::access(executable.c_str(), X_OK) != 0) return {};
-    return executable;
+std::string executableOfBundle(const std::string& path, const BundleTrust& trust) {
+    const auto executable = trust.trustedExecutableOfBundle(path);
+    if (!executable || ::access(executable->c_str(), X_OK) != 0) return {};
+    return *executable;
 }
 
 }  // namespace
@@ -223,11 +243,14 @@ std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
         const std::string folder = procFolder + "/" + name;
         struct stat info {};
         if (::stat(folder.c_str(), &info) != 0 || info.st_uid != uid) continue;
-        for (const std::string& program : programsOfProcess(folder)) {
+        for (const auto& [program, identity] : programsOfProcess(folder)) {
             auto [it, isNew] = bundles.try_emplace(program);
             if (isNew) it->second = Bundle::mainBundleForExecutable(program);
             const auto& bundle = it->second;
             if (!bundle || bundle->bundleIdentifier() != bundleId) continue;
+            // The bundle must name this very file as its executable, not
+            // merely hold it.
+            if (identityOf(bundle->executablePath()) != identity) continue;
             applications.push_back(
                 RunningApplication{static_cast<pid_t>(pid), bundle->path(), program});
             parents.push_back(parentProcessId(folder));
@@ -248,13 +271,13 @@ std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
     return copies;
 }
 
-std::string executableForApplication(const std::string& application) {
+std::string executableForApplication(const std::string& application, const BundleTrust& trust) {
     if (application.empty()) return {};
     if (application.find('/') == std::string::npos) {
         for (const std::string& folder : LaunchServices::applicationFolders()) {
             for (const std::string& name : {application, application + ".app"}) {
                 const std::string path = PathUtils::stringByAppendingPathComponent(folder, name);
-                if (std::string executable = executableOfBundle(path); !executable.empty()) {
+                if (std::string executable = executableOfBundle(path, trust); !executable.empty()) {
                     return executable;
                 }
             }
@@ -263,13 +286,15 @@ std::string executableForApplication(const std::string& application) {
     }
     struct stat info {};
     if (::stat(application.c_str(), &info) != 0) return {};
-    if (S_ISDIR(info.st_mode)) return executableOfBundle(application);
-    if (S_ISREG(info.st_mode) && ::access(application.c_str(), X_OK) == 0) return application;
-    return {};
+    if (S_ISDIR(info.st_mode)) return executableOfBundle(application, trust);
+    if (!S_ISREG(info.st_mode)) return {};
+    const auto program = trust.trustedProgram(application);
+    if (!program || ::access(program->c_str(), X_OK) != 0) return {};
+    return *program;
 }
 
-bool openFile(const std::string& path, const std::string& application) {
-    const std::string executable = executableForApplication(application);
+bool openFile(const std::string& path, const std::string& application, const BundleTrust& trust) {
+    const std::string executable = executableForApplication(application, trust);
     if (executable.empty()) return false;
     std::vector<std::string> arguments;
     if (!path.empty()) arguments.push_back(path);

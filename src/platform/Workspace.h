@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/BundleTrust.h"
+
 // Running and starting applications.
 namespace platform::Workspace {
 
@@ -20,8 +22,10 @@ struct RunningApplication {
 // The processes of the real user whose program is the executable of an
 // application bundle (Contents/MacOS/<executable> directly in a "*.app"
 // folder) with exactly this identifier, by increasing process id. The program
-// is the process's executable file or, for a script started through its "#!"
-// line, the script (the interpreter's first argument).
+// is the process's executable file or, for a script, the script when the
+// process's executable is the interpreter its "#!" line names and the script
+// is the first argument after the interpreter's options. Whether a copy may
+// be started is not looked at here (see BundleTrust).
 std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
     const std::string& bundleId);
 // The same over another process folder (tests give a fake one).
@@ -35,10 +39,14 @@ std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
 // executable is run), an executable file, or the bare name of an application
 // in the application folders ("Name" or "Name.app"). True when the program
 // was started; false when there is no such application or it could not be
-// executed. An empty `path` starts the application with no argument.
-bool openFile(const std::string& path, const std::string& application);
+// executed, or when `trust` refuses it. An empty `path` starts the
+// application with no argument.
+bool openFile(const std::string& path, const std::string& application,
+              const BundleTrust& trust = BundleTrust());
 
-// The program openFile would run for `application`; empty when there is none.
-std::string executableForApplication(const std::string& application);
+// The program openFile would run for `application` (links resolved); empty
+// when there is none or it may not be run.
+std::string executableForApplication(const std::string& application,
+                                     const BundleTrust& trust = BundleTrust());
 
 }  // namespace platform::Workspace

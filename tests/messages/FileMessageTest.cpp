@@ -21,6 +21,7 @@ MessageEnvironment testEnvironment(const testsupport::TempDir& dir) {
     environment.mainAppBundleId = "com.example.TestMain-" + std::to_string(::getpid());
     environment.helperAppBundleId = "com.example.TestHelper-" + std::to_string(::getpid());
     environment.applicationFolders = {dir / "Applications"};
+    environment.trust = testsupport::trustInside(dir);
     return environment;
 }
 

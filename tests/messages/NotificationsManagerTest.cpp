@@ -20,6 +20,7 @@ TEST(NotificationsManager, HandsTheListToThePreferredMainApplication) {
     environment.messageFolder = dir / "shared";
     environment.mainAppBundleId = "com.example.HandOverMain-" + std::to_string(::getpid());
     environment.applicationFolders = {dir / "Applications"};
+    environment.trust = testsupport::trustInside(dir);
     const std::string& mainId = environment.mainAppBundleId;
     const auto installed = SampleApplication::make(dir, "Applications/Main.app", mainId);
     const auto running = SampleApplication::make(dir, "Running/Main.app", mainId);
@@ -69,6 +70,7 @@ TEST(NotificationsManager, StartsTheMainApplicationEvenWithoutAList) {
     MessageEnvironment environment;  // no folder to write the list in
     environment.mainAppBundleId = "com.example.NoListMain-" + std::to_string(::getpid());
     environment.applicationFolders = {dir / "Applications"};
+    environment.trust = testsupport::trustInside(dir);
     const auto main =
         SampleApplication::make(dir, "Applications/Main.app", environment.mainAppBundleId);
     NotificationsManager(environment)

@@ -17,9 +17,16 @@
 #include <thread>
 #include <vector>
 
+#include "platform/BundleTrust.h"
 #include "support/TempDir.h"
 
 namespace testsupport {
+
+// The trust rule with its walk stopped at the test's private folder: the
+// folders above it (/tmp, world-writable) would refuse every sample.
+inline platform::BundleTrust trustInside(const TempDir& dir) {
+    return platform::BundleTrust(::getuid(), dir.path());
+}
 
 struct SampleApplication {
     std::string bundlePath;

@@ -49,8 +49,9 @@ TEST(Workspace, OpenFileStartsTheApplicationDetachedWithTheFile) {
     const auto byExecutable = SampleApplication::make(dir, "ByExe.app", uniqueId("ByExe"));
     const std::string file = dir.writeFile("list.txt", "x");
 
-    ASSERT_TRUE(Workspace::openFile(file, byBundle.bundlePath));
-    ASSERT_TRUE(Workspace::openFile(file, byExecutable.executablePath));
+    const auto trust = testsupport::trustInside(dir);
+    ASSERT_TRUE(Workspace::openFile(file, byBundle.bundlePath, trust));
+    ASSERT_TRUE(Workspace::openFile(file, byExecutable.executablePath, trust));
     for (const auto* app : {&byBundle, &byExecutable}) {
         const auto record = app->waitForRecord();
         ASSERT_EQ(record.size(), 2u) << app->bundlePath;
@@ -72,6 +73,7 @@ TEST(Workspace, OpenFileFailsWithoutARunnableProgram) {
     dir.writeFile("NoExe.app/Contents/Info.plist",
                   "<plist><dict><key>CFBundleIdentifier</key><string>x</string></dict></plist>");
 
+    const auto trust = testsupport::trustInside(dir);
     const std::vector<std::string> applications = {
         dir / "Missing.app",
         dir / "NoExe.app",
@@ -80,9 +82,9 @@ TEST(Workspace, OpenFileFailsWithoutARunnableProgram) {
         "No Such Application " + std::to_string(::getpid()),
         ""};
     for (const std::string& application : applications) {
-        EXPECT_FALSE(Workspace::openFile(app.bundlePath, application)) << application;
+        EXPECT_FALSE(Workspace::openFile(app.bundlePath, application, trust)) << application;
     }
-    EXPECT_EQ(Workspace::executableForApplication(app.bundlePath), app.executablePath);
+    EXPECT_EQ(Workspace::executableForApplication(app.bundlePath, trust), app.executablePath);
 }
 
 }  // namespace
