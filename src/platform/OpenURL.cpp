@@ -12,8 +12,11 @@ namespace {
 
 constexpr const char* kOpener = "xdg-open";
 
-// The first executable `name` in the folders of `searchPath`; empty when none.
-std::string findExecutable(const std::string& name, const std::string& searchPath) {
+// The first executable `name` in the folders of `searchPath` that may be
+// started; empty when none. One that another user could have put there is
+// passed over, as if it were not there.
+std::string findExecutable(const std::string& name, const std::string& searchPath,
+                           const BundleTrust& trust) {
     std::size_t start = 0;
     while (start <= searchPath.size()) {
         std::size_t end = searchPath.find(':', start);
@@ -23,7 +26,9 @@ std::string findExecutable(const std::string& name, const std::string& searchPat
         // from "/" has no business running programs from there.
         if (!folder.empty() && folder.front() == '/') {
             const std::string candidate = folder + "/" + name;
-            if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+            if (::access(candidate.c_str(), X_OK) == 0 && trust.trustedProgram(candidate)) {
+                return candidate;
+            }
         }
         start = end + 1;
     }
@@ -37,13 +42,13 @@ bool openURL(const std::string& url) {
     return openURL(url, path ? path : "/usr/local/bin:/usr/bin:/bin");
 }
 
-bool openURL(const std::string& url, const std::string& searchPath) {
+bool openURL(const std::string& url, const std::string& searchPath, const BundleTrust& trust) {
     // A leading "-" would be read as an option by the opener.
     if (url.empty() || url.front() == '-') return false;
-    const std::string opener = findExecutable(kOpener, searchPath);
+    const std::string opener = findExecutable(kOpener, searchPath, trust);
     if (opener.empty()) return false;
     // The opener runs detached, like any application started for a file.
-    return openFile(url, opener);
+    return openFile(url, opener, trust);
 }
 
 }  // namespace platform::Workspace

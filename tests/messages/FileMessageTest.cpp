@@ -124,6 +124,21 @@ TEST(FileMessage, ReachesOnlyARunningHelper) {
     EXPECT_EQ(got, paths);
 }
 
+TEST(FileMessage, APlantedHelperReceivesNothing) {
+    testsupport::TempDir dir;
+    const auto environment = testEnvironment(dir);
+    const auto planted =
+        SampleApplication::make(dir, "Shared/Helper.app", environment.helperAppBundleId);
+    ASSERT_EQ(::chmod((dir / "Shared").c_str(), 0777), 0);
+    testsupport::RunningSample reader("/usr/bin/tail", {"-f", planted.executablePath});
+    testsupport::RunningSample plantedCopy(planted.executablePath);
+    ASSERT_GT(plantedCopy.pid(), 0);
+
+    const auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+        std::vector<std::string>{"/Applications/Gone.app"}, environment);
+    EXPECT_EQ(message->getAppPathForMessage(), std::nullopt);
+}
+
 TEST(FileMessage, FindsTheEnclosingMainApplicationOnlyFromTheHelper) {
     testsupport::TempDir dir;
     auto environment = testEnvironment(dir);

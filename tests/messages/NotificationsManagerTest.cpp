@@ -5,6 +5,7 @@
 #include "messages/NotificationsManager.h"
 #include "messages/WatcherMessage.h"
 #include "platform/SampleApplication.h"
+#include "platform/Workspace.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -63,6 +64,43 @@ TEST(NotificationsManager, HandsTheListToThePreferredMainApplication) {
                   testsupport::describe(entries));
     }
     for (const auto* app : {&installed, &running, &enclosing}) EXPECT_FALSE(app->wasStarted());
+}
+
+// Another user plants a bundle with the Main application's identifier in a
+// folder everybody may write, gets its script shown by "tail -f" (and even
+// run), lists that folder first and has it enclose our Helper: every route
+// must pass it over for the well-kept installed copy.
+TEST(NotificationsManager, APlantedMainApplicationIsNeverStarted) {
+    testsupport::TempDir dir;
+    MessageEnvironment environment;
+    environment.messageFolder = dir / "shared";
+    environment.mainAppBundleId = "com.example.PlantedMain-" + std::to_string(::getpid());
+    environment.applicationFolders = {dir / "Shared", dir / "Applications"};
+    environment.trust = testsupport::trustInside(dir);
+    const std::string& mainId = environment.mainAppBundleId;
+    const auto installed = SampleApplication::make(dir, "Applications/Main.app", mainId);
+    const auto planted = SampleApplication::make(dir, "Shared/Main.app", mainId);
+    environment.ownBundlePath =
+        SampleApplication::make(dir, "Shared/Main.app/Contents/Library/LoginItems/Helper.app", "h")
+            .bundlePath;
+    ASSERT_EQ(::chmod((dir / "Shared").c_str(), 0777), 0);
+
+    testsupport::RunningSample reader("/usr/bin/tail", {"-f", planted.executablePath});
+    testsupport::RunningSample plantedCopy(planted.executablePath);
+    ASSERT_GT(reader.pid(), 0);
+    ASSERT_GT(plantedCopy.pid(), 0);
+
+    const NotificationsManager manager(environment);
+    EXPECT_EQ(manager.findMainApplication(), installed.bundlePath);
+    manager.removeFilePaths({std::make_shared<PathForRemove>("/x", 1, "b")});
+    EXPECT_EQ(installed.waitForRecord().size(), 2u);
+    EXPECT_FALSE(planted.wasStarted());
+
+    // Nothing else left: nothing is started at all.
+    ::rename(installed.bundlePath.c_str(), (dir / "Gone.app").c_str());
+    EXPECT_EQ(manager.findMainApplication(), std::nullopt);
+    EXPECT_FALSE(platform::Workspace::openFile("", planted.bundlePath, environment.trust));
+    EXPECT_FALSE(planted.wasStarted());
 }
 
 TEST(NotificationsManager, StartsTheMainApplicationEvenWithoutAList) {

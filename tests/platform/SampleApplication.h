@@ -70,13 +70,16 @@ struct SampleApplication {
 // line is filled in a moment after the spawn returns).
 class RunningSample {
 public:
-    explicit RunningSample(const std::string& executable) {
+    // Also any other program with arguments ("tail -f <script>").
+    explicit RunningSample(const std::string& executable, std::vector<std::string> arguments = {}) {
         posix_spawnattr_t attributes;
         posix_spawnattr_init(&attributes);
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
         std::string program = executable;
-        char* argv[] = {program.data(), nullptr};
-        if (posix_spawn(&m_nPid, program.c_str(), nullptr, &attributes, argv, environ) != 0)
+        std::vector<char*> argv{program.data()};
+        for (std::string& argument : arguments) argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        if (posix_spawn(&m_nPid, program.c_str(), nullptr, &attributes, argv.data(), environ) != 0)
             m_nPid = -1;
         posix_spawnattr_destroy(&attributes);
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);

@@ -43,6 +43,28 @@ TEST(Workspace, FindsRunningScriptApplicationsOfThisUserByIdentifier) {
         Workspace::runningApplicationsWithBundleIdentifier(id, "/proc", ::getuid() + 1).empty());
 }
 
+// Only the interpreter the script's "#!" line names, started on that script,
+// runs it; a program that merely has the script on its command line does not.
+TEST(Workspace, AScriptIsRunningOnlyUnderItsOwnInterpreter) {
+    testsupport::TempDir dir;
+    const std::string id = uniqueId("Named");
+    const auto app = SampleApplication::make(dir, "Named.app", id);
+    // A second script in the bundle that its Info.plist does not name.
+    const std::string stray =
+        dir.writeFile("Named.app/Contents/MacOS/Stray", "#!/bin/sh\nwhile :; do sleep 1; done\n");
+    ::chmod(stray.c_str(), 0755);
+    RunningSample reader("/usr/bin/tail", {"-f", app.executablePath});
+    RunningSample unnamed(stray);
+    ASSERT_GT(reader.pid(), 0);
+    ASSERT_GT(unnamed.pid(), 0);
+    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier(id).empty());
+
+    RunningSample real(app.executablePath);
+    const auto running = Workspace::runningApplicationsWithBundleIdentifier(id);
+    ASSERT_EQ(running.size(), 1u);
+    EXPECT_EQ(running[0].processIdentifier, real.pid());
+}
+
 TEST(Workspace, OpenFileStartsTheApplicationDetachedWithTheFile) {
     testsupport::TempDir dir;
     const auto byBundle = SampleApplication::make(dir, "ByBundle.app", uniqueId("ByBundle"));

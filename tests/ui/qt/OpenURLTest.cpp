@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "platform/OpenURL.h"
+#include "platform/SampleApplication.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -25,7 +26,13 @@ TEST(OpenURLTest, TheURLGoesToTheOpenerFoundOnThePath) {
     testsupport::TempDir folder;
     const std::string bin = makeOpener(folder);
     const std::string url = "https://www.example.com/help/a page?x=1&y=2";
-    ASSERT_TRUE(platform::Workspace::openURL(url, "relative/bin:" + folder.path() + ":" + bin));
+    // A loose folder first on the path holds an opener another user planted.
+    testsupport::TempDir loose;
+    makeOpener(loose);
+    ::chmod(loose.path().c_str(), 0777);
+    const auto trust = testsupport::trustInside(folder);
+    ASSERT_TRUE(platform::Workspace::openURL(
+        url, "relative/bin:" + (loose / "bin") + ":" + folder.path() + ":" + bin, trust));
 
     // The opener runs detached; wait for its answer with a deadline.
     const auto deadline = std::chrono::steady_clock::now() + 10s;
@@ -35,6 +42,7 @@ TEST(OpenURLTest, TheURLGoesToTheOpenerFoundOnThePath) {
         opened = testsupport::readFile(folder / "opened");
     }
     EXPECT_EQ(opened, url);
+    EXPECT_EQ(testsupport::readFile(loose / "opened"), "");
 }
 
 TEST(OpenURLTest, NothingIsStartedWithoutAnOpenerOrForADoubtfulURL) {
