@@ -20,6 +20,55 @@ bool startsWith(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
 }
 
+bool endsWith(const std::string& text, const std::string& suffix) {
+    return text.size() >= suffix.size() &&
+           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// A name that is one entry of one folder: anything that could name a path of
+// its own ("a/b", "..") or be cut short by the system (a NUL) is refused.
+bool isSingleComponent(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." &&
+           name.find_first_of(std::string("/\0", 2)) == std::string::npos;
+}
+
+// Names that short ("a", "Go") begin too many other names to stand for one
+// application's files.
+constexpr std::size_t kMinPrefixLength = 3;
+
+// An identifier made of at least two non-empty dot-separated parts
+// ("com.example"); "com." or ".x" would match whole families of files.
+bool isQualifiedIdentifier(const std::string& id) {
+    if (id.size() < kMinPrefixLength || !isSingleComponent(id)) return false;
+    if (id.front() == '.' || id.back() == '.') return false;
+    if (id.find("..") != std::string::npos) return false;
+    return id.find('.') != std::string::npos;
+}
+
+// A launch agent of the identifier: "<id>.plist" or "<id>.<more>.plist", never
+// "<id>x.plist", which belongs to an identifier that merely starts the same.
+bool isLaunchAgentOf(const std::string& entry, const std::string& id) {
+    const std::string suffix = ".plist";
+    if (!isQualifiedIdentifier(id) || !startsWith(entry, id) || !endsWith(entry, suffix)) {
+        return false;
+    }
+    if (entry.size() == id.size() + suffix.size()) return true;
+    return entry.size() > id.size() + suffix.size() + 1 && entry[id.size()] == '.';
+}
+
+// A crash-reporter file of the process: "<name>.plist", or the process name,
+// "_" and what the reporter adds to tell machines apart ("<name>_<host>.plist").
+// "<name>x.plist" is another program's.
+bool isCrashReportOf(const std::string& entry, const std::string& name) {
+    const std::string suffix = ".plist";
+    if (name.size() < kMinPrefixLength || !isSingleComponent(name) || !startsWith(entry, name) ||
+        !endsWith(entry, suffix)) {
+        return false;
+    }
+    if (entry.size() == name.size() + suffix.size()) return true;
+    return entry.size() > name.size() + suffix.size() + 1 && entry[name.size()] == '_';
+}
+
 // The entries of a folder, one level, sorted so the order does not depend on
 // the file system; empty when it cannot be read.
 std::vector<std::string> folderEntries(const std::string& folder) {
@@ -94,9 +143,9 @@ void SimpleRemainsInfo::findRemains(const PathsGenerator& paths) {
         kTypeSupportItem);
     addFileWithSubPath(support + "/Growl/Tickets", name, ".growlTicket", kTypeSupportItem);
     addFileWithSubPath(support, name, "", kTypeSupportItem);
-    addPathInSubFolder("Library/LaunchAgents", id, ".plist", m_arrRemainsObjectPaths,
+    addPathInSubFolder("Library/LaunchAgents", id, &isLaunchAgentOf, m_arrRemainsObjectPaths,
                        kTypeSupportItem);
-    addPathInSubFolder(support + "/CrashReporter", name, ".plist", m_arrRemainsObjectPaths,
+    addPathInSubFolder(support + "/CrashReporter", name, &isCrashReportOf, m_arrRemainsObjectPaths,
                        kTypeCrashReport);
 }
 
@@ -114,6 +163,10 @@ void SimpleRemainsInfo::addFileWithSubPath(const std::string& subPath,
 std::optional<std::string> SimpleRemainsInfo::createSafeToDeletePathInFolder(
     const std::optional<std::string>& folder, const std::optional<std::string>& fileName) {
     if (!folder || !fileName) return std::nullopt;
+    // Exactly one entry of the folder: the identifier and executable name come
+    // from an Info.plist anyone may have written, and "Vendor/Browser" would
+    // otherwise name another application's data one level further down.
+    if (!isSingleComponent(*fileName)) return std::nullopt;
     std::string path = PathUtils::stringByStandardizingPath(
         PathUtils::stringByAppendingPathComponent(*folder, *fileName));
     if (!StringUtils::isInFolder(path, *folder)) return std::nullopt;
@@ -130,17 +183,14 @@ void SimpleRemainsInfo::addPath(const std::string& path, PathList& toArr, std::i
 
 void SimpleRemainsInfo::addPathInSubFolder(const std::string& subPath,
                                            const std::optional<std::string>& prefix,
-                                           const std::string& suffix, PathList& toArr,
+                                           EntryRule belongs, PathList& toArr,
                                            std::int32_t withType) {
     if (subPath.empty() || !_homePath) return;
-    // An empty prefix or suffix matches nothing, as the platform's prefix test answers.
-    if (!prefix || prefix->empty() || suffix.empty() || !m_sBundleID) return;
+    if (!prefix || prefix->empty() || !m_sBundleID) return;
     const std::string folder = PathUtils::stringByAppendingPathComponent(*_homePath, subPath);
     if (!FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(folder)) return;
     for (const auto& name : folderEntries(folder)) {
-        const bool matches = name.size() >= suffix.size() && startsWith(name, *prefix) &&
-                             name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
-        if (!matches) continue;
+        if (!belongs(name, *prefix)) continue;
         // The names come from the listing itself, so no safety check is needed.
         toArr.push_back(std::make_shared<PathForRemove>(
             PathUtils::stringByAppendingPathComponent(folder, name), withType, *m_sBundleID));

@@ -58,9 +58,11 @@ public:
     // exactly) and sizes it; anything else is ignored.
     void addBundle(const std::shared_ptr<platform::Bundle>& bundle);
 
-    // Folder joined with the file name and standardised, answered only when it
-    // still lies strictly inside the folder; nullopt for either argument nil,
-    // so an identifier like "../x" cannot reach outside the searched folder.
+    // Folder joined with the file name and standardised, answered only when the
+    // name is exactly one path component (not empty, no "/", not "." or "..",
+    // no NUL) and the result lies strictly inside the folder; nullopt for
+    // either argument nil. So an identifier like "../x" or an executable name
+    // like "Vendor/Browser" cannot reach outside the one entry searched for.
     static std::optional<std::string> createSafeToDeletePathInFolder(
         const std::optional<std::string>& folder, const std::optional<std::string>& fileName);
 
@@ -110,8 +112,11 @@ private:
     void addFileWithSubPath(const std::string& subPath, const std::optional<std::string>& name,
                             const std::string& ext, std::int32_t type);
     void addPath(const std::string& path, PathList& toArr, std::int32_t withType);
+    // Whether a folder entry's name is one of the application's, given its
+    // identifier or executable name.
+    using EntryRule = bool (*)(const std::string& entry, const std::string& prefix);
     void addPathInSubFolder(const std::string& subPath, const std::optional<std::string>& prefix,
-                            const std::string& suffix, PathList& toArr, std::int32_t withType);
+                            EntryRule belongs, PathList& toArr, std::int32_t withType);
     void addSizeOfPath(const std::string& path);
     void updateSize(std::uint64_t size);
 
