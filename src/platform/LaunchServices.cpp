@@ -94,7 +94,7 @@ private:
 std::vector<std::string> applicationFolders() {
     std::vector<std::string> folders{"/Applications"};
     const std::string home = homeFromPasswordDatabase();
-    if (!home.empty()) {
+    if (isUsableHomeDirectory(home)) {
         folders.push_back(PathUtils::stringByAppendingPathComponent(home, "Applications"));
     }
     return folders;

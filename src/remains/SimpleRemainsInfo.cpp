@@ -10,6 +10,7 @@
 #include "environment/StringUtils.h"
 #include "platform/Bundle.h"
 #include "platform/LaunchServices.h"
+#include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
 #include "remains/SpotlightEasySearch.h"
 #include "watching/FileManagerUtils.h"
@@ -125,7 +126,8 @@ void SimpleRemainsInfo::addBundle(const std::shared_ptr<platform::Bundle>& bundl
 
 void SimpleRemainsInfo::findRemains(const PathsGenerator& paths) {
     _homePath = paths.getHomeDirectory();
-    if (_homePath->empty()) _homePath.reset();
+    // A home of "/" would make "Library/..." the system's folders.
+    if (!platform::isUsableHomeDirectory(*_homePath)) _homePath.reset();
     const auto& id = m_sBundleID;
     const std::optional<std::string> name = m_sBundleName;
     const std::string support = "Library/Application Support";
@@ -237,7 +239,10 @@ void SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
     const std::optional<std::string>& bundleId, std::function<void()> okBlock,
     const InstalledCopyLocations& locations) {
     if (!bundleId) return;
-    const std::string userApplications = locations.paths.buildUserApplicationsDirectory();
+    const std::string userApplications =
+        platform::isUsableHomeDirectory(locations.paths.getHomeDirectory())
+            ? locations.paths.buildUserApplicationsDirectory()
+            : std::string();
 
     std::vector<std::string> copies;
     if (locations.listsEveryCopy) {
@@ -273,5 +278,7 @@ void SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
         }
         if (okBlock) okBlock();
     });
-    search->startQuery(format, {locations.systemApplicationsFolder, userApplications});
+    std::vector<std::string> scopes{locations.systemApplicationsFolder};
+    if (!userApplications.empty()) scopes.push_back(userApplications);
+    search->startQuery(format, scopes);
 }

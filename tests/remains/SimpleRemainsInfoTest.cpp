@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "RemainsTestSupport.h"
 #include "platform/Bundle.h"
 #include "platform/MetadataQuery.h"
 #include "remains/SimpleRemainsInfo.h"
 #include "remains/SpotlightEasySearch.h"
+#include "support/Isolated.h"
 
 namespace {
 
@@ -228,6 +230,35 @@ TEST_F(SimpleRemainsInfoTest, SafePathsAreOneEntryOfTheirFolder) {
         EXPECT_EQ(SimpleRemainsInfo::createSafeToDeletePathInFolder(c.folder, c.name), c.path)
             << c.name.value_or("nil");
     }
+}
+
+TEST_F(SimpleRemainsInfoTest, AHomeOfTheRootFolderSearchesNothing) {
+    // The system's own Library, as the root folder of an isolated child sees it.
+    const std::string id = "com.example.Sample";
+    m_dir.writeFile("Library/Caches/" + id + "/db");
+    m_dir.writeFile("Library/Preferences/" + id + ".plist");
+    m_dir.writeFile("Library/LaunchAgents/" + id + ".plist");
+    remainstest::makeApp(m_dir, ".Trash/Sample.app", id, "Sample");
+    const std::string root = m_dir.path();
+    const auto problem = testsupport::runIsolated([&]() -> std::string {
+        if (::chroot(root.c_str()) != 0 || ::chdir("/") != 0) return "no chroot";
+        auto bundle = platform::Bundle::bundleWithPath("/.Trash/Sample.app");
+        if (!bundle) return "no bundle";
+        std::string found;
+        for (const std::string home : {"/", "//", "/.Trash/..", ""}) {
+            // A pool of the child's own: the parent's workers did not come along.
+            auto info = SimpleRemainsInfo::create(bundle, {}, PathsGenerator("root", home),
+                                                  SimpleSizeCalculation::create());
+            for (const auto& entry : entries(*info)) {
+                if (entry.type != SimpleRemainsInfo::kTypeApplication) {
+                    found += "home '" + home + "' found " + entry.path + "\n";
+                }
+            }
+        }
+        return found;
+    });
+    if (!problem) GTEST_SKIP() << "no mount namespace for a child";
+    EXPECT_EQ(*problem, "");
 }
 
 enum class Rule { Shows, BlockedByInstalledCopy, BlockedBySearch };
