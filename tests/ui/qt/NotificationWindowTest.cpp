@@ -103,6 +103,21 @@ TEST_F(NotificationWindowTest, TheSubtitleStylesNameAndSizeAndShowsMarkupCharact
     }
 }
 
+TEST_F(NotificationWindowTest, TheSizeIsWrittenInTheLanguageOfTheText) {
+    const struct {
+        const char* language;
+        const char* size;
+    } rows[] = {
+        {"en", "Zero KB"}, {"de", "null kB"}, {"ru", "ноль кБ"}, {"pt_BR.UTF-8", "zero kB"}};
+    for (const auto& row : rows) {
+        auto controller = makeController(row.language);
+        offer(*controller, "/home/u/.Trash/Photon.app");
+        const std::string subtitle = controller->subtitleLabel()->stringValue();
+        EXPECT_NE(subtitle.find(row.size), std::string::npos) << row.language << ": " << subtitle;
+        controller->hideNotification();
+    }
+}
+
 TEST_F(NotificationWindowTest, TheCardIsAFramelessToolWindowWithItsControlsInside) {
     for (const char* language : {"en", "de", "ru"}) {
         SCOPED_TRACE(language);
