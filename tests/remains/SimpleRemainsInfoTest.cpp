@@ -248,9 +248,9 @@ TEST_F(SimpleRemainsInfoTest, AHomeOfTheRootFolderSearchesNothing) {
         if (!bundle) return "no bundle";
         std::string found;
         for (const std::string home : {"/", "//", "/.Trash/..", ""}) {
-            // A pool of the child's own: the parent's workers did not come along.
-            auto info = SimpleRemainsInfo::create(bundle, {}, PathsGenerator("root", home),
-                                                  SimpleSizeCalculation::create());
+            // The parent's idle pool only queues the sizes: a child may start no threads.
+            auto info =
+                SimpleRemainsInfo::create(bundle, {}, PathsGenerator("root", home), m_pCalculation);
             for (const auto& entry : entries(*info)) {
                 if (entry.type != SimpleRemainsInfo::kTypeApplication) {
                     found += "home '" + home + "' found " + entry.path + "\n";

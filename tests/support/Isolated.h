@@ -12,8 +12,8 @@ namespace testsupport {
 // answers the text `body` returns: empty for success, else what went wrong.
 // nullopt when the system allows no such child; the caller then skips.
 //
-// The child has one thread: `body` must not wait for queues or workers made
-// before the fork.
+// The child has one thread and must start no other (thread sanitizer builds
+// forbid it): `body` may queue work but must not wait for queues or workers.
 std::optional<std::string> runIsolated(const std::function<std::string()>& body);
 
 }  // namespace testsupport
