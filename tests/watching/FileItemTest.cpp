@@ -137,6 +137,28 @@ TEST(FileItem, RescanAnnouncesRemovalsFirstThenAdditionsAtTheRootsDepth) {
     EXPECT_TRUE(listener->log.empty());
 }
 
+TEST(FileItem, WhatAFailedFirstLoadMissedIsNotAnnouncedLater) {
+    TempDir dir;
+    for (const char* name : {"a", "b", "c", "d"}) dir.writeFile(std::string("root/") + name);
+    std::shared_ptr<FileItem> root;
+    {
+        testsupport::ReaddirFault fault(dir / "root", 4);  // "." and ".." count
+        root = FileItem::createTreeForPath(dir / "root", 1);
+    }
+    ASSERT_TRUE(root);
+    ASSERT_LT(childNames(*root).size(), 4u);
+    auto listener = std::make_shared<Announcements>();
+    root->setListener(listener);
+    root->updateContentOfDir();
+    EXPECT_EQ(childNames(*root), (std::set<std::string>{"a", "b", "c", "d"}));
+    EXPECT_TRUE(listener->log.empty());
+
+    ::unlink((dir / "root/a").c_str());
+    dir.writeFile("root/e");
+    root->updateContentOfDir();
+    EXPECT_EQ(listener->log, (std::vector<std::string>{"-a in root", "+e in root"}));
+}
+
 TEST(FileItemData, KeepsTheFirstSizeAndCountsTheNodeWithItsContents) {
     struct SizeListener : FileItemDataListener {
         int calls = 0;
