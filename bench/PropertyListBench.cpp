@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchSize.h"
 #include "messages/ArchivedObject.h"
 #include "messages/FileMessage.h"
 #include "messages/KeyedArchive.h"
@@ -72,7 +73,10 @@ void recordPerElement(benchmark::State& state, std::size_t plistBytes) {
 
 // Three sizes a decade apart, fitted to O(N).
 void linearSizes(benchmark::internal::Benchmark* sizes) {
-    sizes->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+    sizes->Arg(benchSize(1000, 10))
+        ->Arg(benchSize(10000, 100))
+        ->Arg(benchSize(100000, 1000))
+        ->Unit(benchmark::kMillisecond);
     sizes->Complexity(benchmark::oN);
 }
 
@@ -91,8 +95,7 @@ void BM_ParseBinaryStringArray(benchmark::State& state) {
     }
     recordPerElement(state, bytes.size());
 }
-BENCHMARK(BM_ParseBinaryStringArray)
-->Apply(linearSizes);
+BENCHMARK(BM_ParseBinaryStringArray)->Apply(linearSizes);
 
 void BM_UnarchiveExcludeCommand(benchmark::State& state) {
     const auto count = static_cast<std::size_t>(state.range(0));
@@ -111,8 +114,7 @@ void BM_UnarchiveExcludeCommand(benchmark::State& state) {
     }
     recordPerElement(state, bytes.size());
 }
-BENCHMARK(BM_UnarchiveExcludeCommand)
-->Apply(linearSizes);
+BENCHMARK(BM_UnarchiveExcludeCommand)->Apply(linearSizes);
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "dispatch/Queue.h"
 #include "environment/PathsGenerator.h"
 #include "messages/PathForRemove.h"
 #include "remains/SimpleSizeCalculation.h"
@@ -88,6 +89,9 @@ public:
         std::vector<std::string> launchServicesRoots;
         // Whether the system lists every copy, or names only one.
         bool listsEveryCopy = true;
+        // Where the folders are scanned, away from the main thread; null for
+        // a queue shared by every check.
+        std::shared_ptr<dispatch::Queue> scanQueue;
 
         static InstalledCopyLocations standard();
     };
@@ -95,7 +99,8 @@ public:
     // Calls okBlock once, on the main thread, when no other copy of the
     // application is installed: first the registered copies are checked
     // (those under /Volumes and in the Trash do not count), then a metadata
-    // search of the two Applications folders. Nothing happens for nil.
+    // search of the two Applications folders. Nothing happens for nil. The
+    // folders are read on the scan queue, never on the calling thread.
     static void calculateIsCanShowNotificationForBundleWithID(
         const std::optional<std::string>& bundleId, std::function<void()> okBlock);
     static void calculateIsCanShowNotificationForBundleWithID(
@@ -119,6 +124,8 @@ private:
                             EntryRule belongs, PathList& toArr, std::int32_t withType);
     void addSizeOfPath(const std::string& path);
     void updateSize(std::uint64_t size);
+    static void searchForInstalledCopies(const std::string& bundleId, std::function<void()> okBlock,
+                                         const InstalledCopyLocations& locations);
 
     std::weak_ptr<SimpleRemainsInfoListener> m_pListener;
     std::optional<std::string> m_sBundleID;

@@ -174,4 +174,27 @@ TEST_F(AppDelegateTest, CommandFilesAreReadOffTheMainThreadAndAppliedInArrivalOr
     EXPECT_EQ(prefixes(), std::vector<std::string>(expected.begin() + 10, expected.end()));
 }
 
+// The window's controller comes first, then the update restarter, and only
+// then the Trash watcher: an update under way is noticed before any
+// application in the Trash is.
+TEST(AppDelegateLaunch, StartsTheUpdateRestarterBeforeWatchingTheTrash) {
+    dispatch::ScopedMainQueue scope(std::make_shared<dispatch::ManualMainQueue>());
+    TempDir home;
+    std::vector<std::string> steps;
+    std::shared_ptr<AppDelegate> delegate;
+    AppDelegate::Environment environment;
+    environment.trashDirectory = home.makeDir(".Trash");
+    environment.createNotificationPresenter = [&] {
+        steps.push_back("presenter");
+        return std::make_shared<RecordingPresenter>();
+    };
+    environment.startUpdateRestarter = [&] {
+        steps.push_back(delegate->trashWatcher() ? "restarter after the watcher" : "restarter");
+    };
+    delegate = std::make_shared<AppDelegate>(std::move(environment));
+    delegate->applicationDidFinishLaunching();
+    EXPECT_EQ(steps, (std::vector<std::string>{"presenter", "restarter"}));
+    EXPECT_TRUE(delegate->trashWatcher());
+}
+
 }  // namespace

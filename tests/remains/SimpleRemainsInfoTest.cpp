@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <thread>
+
 #include "RemainsTestSupport.h"
 #include "platform/Bundle.h"
 #include "platform/MetadataQuery.h"
@@ -263,6 +265,20 @@ TEST_F(SimpleRemainsInfoTest, AHomeOfTheRootFolderSearchesNothing) {
 
 enum class Rule { Shows, BlockedByInstalledCopy, BlockedBySearch };
 
+// Keeps what is sent to it until the test runs it on a thread of its own.
+class HeldQueue : public dispatch::Queue {
+public:
+    void async(dispatch::Block block) override { blocks.push_back(std::move(block)); }
+    bool isCurrent() const override { return false; }
+    void runElsewhere() {
+        std::thread([&] {
+            for (auto& block : blocks) block();
+        }).join();
+        blocks.clear();
+    }
+    std::vector<dispatch::Block> blocks;
+};
+
 class NotificationRule : public SimpleRemainsInfoTest {
 protected:
     // What the rule decides for an application whose other copies lie at the
@@ -279,6 +295,8 @@ protected:
             locations.launchServicesRoots = {place / "Applications", place / "home/Applications",
                                              place / "Volumes", place / "home/.Trash"};
         }
+        auto scan = std::make_shared<HeldQueue>();
+        locations.scanQueue = scan;
         int calls = 0;
         bool gathered = false;
         const auto token = platform::MetadataQuery::defaultCenter().addObserverForName(
@@ -287,7 +305,13 @@ protected:
         const std::size_t searches = SpotlightEasySearch::runningSearchCount();
         SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
             id, [&] { ++calls; }, locations);
-        const bool searching = SpotlightEasySearch::runningSearchCount() > searches;
+        // Nothing is read on the caller's thread: the scan waits for its queue.
+        EXPECT_EQ(scan->blocks.size(), 1u);
+        EXPECT_EQ(SpotlightEasySearch::runningSearchCount(), searches);
+        scan->runElsewhere();
+        m_pQueue->runUntilIdle();
+        // A quick search may already have ended here.
+        const bool searching = gathered || SpotlightEasySearch::runningSearchCount() > searches;
         // The search's own observer runs in the same post as ours.
         if (searching) remainstest::pumpUntil(*m_pQueue, [&] { return gathered; });
         platform::MetadataQuery::defaultCenter().removeObserver(token);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/TempDir.h"
+#include "support/faults/ReaddirFault.h"
 #include "watching/FileItem.h"
 #include "watching/FileItemData.h"
 #include "watching/SystemSkipList.h"
@@ -120,8 +121,14 @@ TEST(FileItem, RescanAnnouncesRemovalsFirstThenAdditionsAtTheRootsDepth) {
     listener->log.clear();
     root->updateContentOfDir();                        // unchanged
     root->addChild(root->getChildrenWithName("new"));  // already held
+    dir.writeFile("root/unseen");
+    {
+        // A read error part-way: nothing vanished, nothing arrived.
+        testsupport::ReaddirFault fault(dir / "root", 3);
+        root->updateContentOfDir();
+        EXPECT_EQ(fault.failures(), 1);
+    }
     if (::geteuid() != 0) {
-        dir.writeFile("root/unseen");
         ::chmod((dir / "root").c_str(), 0);
         root->updateContentOfDir();  // cannot be listed: tree kept
         ::chmod((dir / "root").c_str(), 0700);
