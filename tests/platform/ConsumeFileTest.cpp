@@ -23,6 +23,7 @@ TEST(ConsumeFile, ReadsOnlyRegularFilesThatFitAndNeverFollowsOrOpensAnythingElse
     TempDir dir;
     const std::string elsewhere = dir.writeFile("elsewhere/target", "kept");
     dir.makeDir("elsewhere/folder");
+    std::string inside;
     struct Case {
         const char* what;
         std::function<std::string(const std::string& path)> make;
@@ -31,7 +32,6 @@ TEST(ConsumeFile, ReadsOnlyRegularFilesThatFitAndNeverFollowsOrOpensAnythingElse
     };
     const std::vector<Case> cases = {
         {"file", [&](auto& p) { return dir.writeFile(p, "command"); }, "command", false},
-        {"empty file", [&](auto& p) { return dir.writeFile(p); }, "", false},
         {"at the limit", [&](auto& p) { return dir.writeFile(p, std::string(kLimit, 'x')); },
          std::string(kLimit, 'x'), false},
         {"over the limit", [&](auto& p) { return dir.writeFile(p, std::string(kLimit + 1, 'x')); },
@@ -40,8 +40,6 @@ TEST(ConsumeFile, ReadsOnlyRegularFilesThatFitAndNeverFollowsOrOpensAnythingElse
          false},
         {"link to a folder", [&](auto& p) { return dir.makeSymlink(p, dir / "elsewhere/folder"); },
          std::nullopt, false},
-        {"dangling link", [&](auto& p) { return dir.makeSymlink(p, dir / "gone"); }, std::nullopt,
-         false},
         // No writer: opening it to read would wait for one forever.
         {"FIFO",
          [&](auto& p) {
@@ -49,7 +47,7 @@ TEST(ConsumeFile, ReadsOnlyRegularFilesThatFitAndNeverFollowsOrOpensAnythingElse
              return dir / p;
          },
          std::nullopt, false},
-        {"folder", [&](auto& p) { return dir.writeFile(p + "/inside", "x"), dir / p; },
+        {"folder", [&](auto& p) { return inside = dir.writeFile(p + "/inside", "x"), dir / p; },
          std::nullopt, true},
         {"trailing slash", [&](auto& p) { return dir.writeFile(p, "command") + "/"; }, "command",
          false},
@@ -64,7 +62,7 @@ TEST(ConsumeFile, ReadsOnlyRegularFilesThatFitAndNeverFollowsOrOpensAnythingElse
     }
     EXPECT_EQ(testsupport::readFile(elsewhere), "kept");
     EXPECT_TRUE(present(dir / "elsewhere/folder"));
-    EXPECT_TRUE(present(dir / "in/8.msgforswhelp/inside"));
+    EXPECT_TRUE(present(inside));
 }
 
 // Someone with write access to the folder puts another file under the name
