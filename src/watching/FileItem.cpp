@@ -99,6 +99,7 @@ void FileItem::loadChildrenUsingPath(const std::string& path, std::int32_t withD
     if (!m_bIsDir || withDeep == 0 || m_bIsPackage) return;
     m_arrChildren.emplace();
     const auto listing = platform::DirectoryLister::contentsOfDirectoryAtPath(path);
+    m_bIsChildrenListIncomplete = !listing.isComplete();
     const auto self = shared_from_this();
     for (const std::string& name : listing.names) {
         createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name),
@@ -157,6 +158,20 @@ void FileItem::updateContentOfDir() {
     for (const std::string& name : vanished) notifyThatRemovedChildWithName(name);
     m_arrChildren = std::move(kept);
 
+    // After a first load that could not read everything, the names it missed
+    // were already there: they join quietly, as at that load, instead of
+    // being announced as new.
+    if (m_bIsChildrenListIncomplete) {
+        m_bIsChildrenListIncomplete = false;
+        const auto listener = std::exchange(m_pListener, {});
+        const auto self = shared_from_this();
+        for (const std::string& name : added) {
+            createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name),
+                              childDeep(m_nDeep), self, name);
+        }
+        m_pListener = listener;
+        return;
+    }
     // New entries load with this node's own depth, not one less.
     const auto self = shared_from_this();
     for (const std::string& name : added) {

@@ -69,7 +69,9 @@ public:
     void removeChild(const std::shared_ptr<FileItem>& item);
     void notifyThatRemovedChildWithName(const std::string& name);
     // Re-reads the folder: announces every vanished child (and drops it), then
-    // loads and announces every new entry, in listing order.
+    // loads and announces every new entry, in listing order. Nothing changes
+    // unless the whole folder could be read; entries that a first load could
+    // not read join without being announced.
     void updateContentOfDir();
 
     // Null when the children were never loaded.
@@ -111,4 +113,6 @@ private:
     bool m_bIsExist = false;
     bool m_bIsPackage = false;
     bool m_bIsWatchedFolder = false;
+    // The last load of the children could not read the whole folder.
+    bool m_bIsChildrenListIncomplete = false;
 };

@@ -13,6 +13,7 @@ cases=(
   second_start_forwards_to_the_agent
   hostile_command_files
   hostile_names_list_only_their_own
+  name_not_utf8_leaves_the_rest_of_the_list
 )
 
 fail() {
@@ -286,4 +287,20 @@ case_hostile_names_list_only_their_own() {
   expect_listed "$HOME/.Trash/Hostile.app"
   expect_unlisted "Vendor" "com.example.backup"
   [ "$(grep -c "$HOME/Library" "$received")" -eq 0 ] || fail "something in Library was listed: $(grep "$HOME/Library" "$received")"
+}
+
+# A file name may hold any byte; JSON carries only UTF-8. The one leftover that
+# cannot be written is left out, and the rest of the list still arrives.
+case_name_not_utf8_leaves_the_rest_of_the_list() {
+  start_session
+  app "Odd Agent" com.example.OddAgent
+  local agents=$HOME/Library/LaunchAgents
+  blob "$agents/com.example.OddAgent.plist" 1
+  blob "$agents/com.example.OddAgent."$'\xff'".plist" 1
+  trash "Odd Agent"
+  expect_window "for an application with a leftover whose name is not UTF-8"
+  accept
+  expect_listed "$HOME/.Trash/Odd Agent.app" "$HOME/Library/Caches/com.example.OddAgent" \
+    "$HOME/Library/Preferences/com.example.OddAgent.plist" "$agents/com.example.OddAgent.plist"
+  [ "$(wc -l <"$received")" -eq 4 ] || fail "$(wc -l <"$received") entries instead of 4"
 }
