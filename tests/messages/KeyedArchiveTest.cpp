@@ -308,16 +308,20 @@ TEST(KeyedArchive, ExpandingListsReadAsNothingInBoundedMemory) {
         std::function<bool(const Bytes&)> reads;
     } cases[] = {
         {"plain array", expanding::plainArray,
-         [&](const Bytes& b) { return plist(b) && plist(b)->asArray()->size() == 1000; }},
+         [&](const Bytes& b) {
+             const auto list = plist(b);
+             return list && list->asArray()->size() == 1000;
+         }},
         {"Info.plist", expanding::infoPlist,
          [&](const Bytes& b) {
-             auto types = plist(b) ? plist(b)->objectForKey("CFBundleDocumentTypes") : nullptr;
+             const auto info = plist(b);
+             const PlistValue* types = info ? info->objectForKey("CFBundleDocumentTypes") : nullptr;
              return types && types->asArray()->size() == 1000;
          }},
         {"command archive", expanding::commandArchive,
          [&](const Bytes& b) {
-             auto body = archive(b);
-             auto paths = body ? body->objectForKey("paths") : nullptr;
+             const auto body = archive(b);
+             const ArchivedObject* paths = body ? body->objectForKey("paths") : nullptr;
              return paths && paths->asArray()->size() == 1000;
          }},
     };
@@ -330,7 +334,9 @@ TEST(KeyedArchive, ExpandingListsReadAsNothingInBoundedMemory) {
         const auto run = runInChild([&] { return plist(bomb).has_value() && archive(bomb); });
         ASSERT_TRUE(run) << "the reader did not come back";
         EXPECT_FALSE(run->answer);
+#ifndef __SANITIZE_ADDRESS__  // its allocator's redzones and quarantine are not ours
         EXPECT_LT(run->peakGrowth, 64 * kMegabyte);
+#endif
     }
 }
 
