@@ -325,7 +325,7 @@ TEST(KeyedArchive, ExpandingListsReadAsNothingInBoundedMemory) {
              return paths && paths->asArray()->size() == 1000;
          }},
     };
-    constexpr std::size_t kMegabyte = 1 << 20;
+    [[maybe_unused]] constexpr std::size_t kMegabyte = 1 << 20;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.shape);
         EXPECT_TRUE(c.reads(c.make({1000, 1024})));
