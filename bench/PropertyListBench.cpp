@@ -14,11 +14,13 @@
 #include <string>
 #include <vector>
 
+#include "BenchSize.h"
 #include "messages/ArchivedObject.h"
 #include "messages/FileMessage.h"
 #include "messages/KeyedArchive.h"
 #include "platform/PlistValue.h"
 #include "platform/PropertyList.h"
+#include "support/ExpandingPropertyLists.h"
 
 namespace {
 
@@ -72,7 +74,10 @@ void recordPerElement(benchmark::State& state, std::size_t plistBytes) {
 
 // Three sizes a decade apart, fitted to O(N).
 void linearSizes(benchmark::internal::Benchmark* sizes) {
-    sizes->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+    sizes->Arg(benchSize(1000, 10))
+        ->Arg(benchSize(10000, 100))
+        ->Arg(benchSize(100000, 1000))
+        ->Unit(benchmark::kMillisecond);
     sizes->Complexity(benchmark::oN);
 }
 
@@ -91,8 +96,7 @@ void BM_ParseBinaryStringArray(benchmark::State& state) {
     }
     recordPerElement(state, bytes.size());
 }
-BENCHMARK(BM_ParseBinaryStringArray)
-->Apply(linearSizes);
+BENCHMARK(BM_ParseBinaryStringArray)->Apply(linearSizes);
 
 void BM_UnarchiveExcludeCommand(benchmark::State& state) {
     const auto count = static_cast<std::size_t>(state.range(0));
@@ -111,8 +115,30 @@ void BM_UnarchiveExcludeCommand(benchmark::State& state) {
     }
     recordPerElement(state, bytes.size());
 }
-BENCHMARK(BM_UnarchiveExcludeCommand)
-->Apply(linearSizes);
+BENCHMARK(BM_UnarchiveExcludeCommand)->Apply(linearSizes);
+
+// The expanding shapes (a few hundred kilobytes that refer 200,000 times to
+// one 256 KiB string) must be refused from their counts alone, in about the
+// time a read of their bytes takes, never by building what they describe.
+void BM_RefuseExpandingList(benchmark::State& state) {
+    namespace expanding = testsupport::expanding;
+    const expanding::Size size{benchSize<std::size_t>(200'000, 2'000), 256 * 1024};
+    const std::vector<std::uint8_t> shapes[] = {
+        expanding::plainArray(size), expanding::infoPlist(size), expanding::commandArchive(size)};
+    const std::vector<std::uint8_t>& bytes = shapes[state.range(0)];
+    for (auto _ : state) {
+        const bool read = state.range(0) == 2
+                              ? KeyedArchive::unarchiveObjectWithData(bytes).has_value()
+                              : PropertyList::parse(bytes.data(), bytes.size()).has_value();
+        if (read) {
+            state.SkipWithError("an expanding list was read");
+            break;
+        }
+    }
+    state.SetLabel(state.range(0) == 0 ? "array" : state.range(0) == 1 ? "Info.plist" : "archive");
+    state.counters["plist_bytes"] = static_cast<double>(bytes.size());
+}
+BENCHMARK(BM_RefuseExpandingList)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchSize.h"
 #include "dispatch/MainQueue.h"
 #include "dispatch/RunLoopMainQueue.h"
 #include "remains/SimpleSizeCalculation.h"
@@ -25,9 +26,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kTopFolders = 100;
-constexpr int kSubFolders = 10;
-constexpr int kFilesPerFolder = 100;
+const int kTopFolders = benchSize(100, 2);
+const int kSubFolders = benchSize(10, 2);
+const int kFilesPerFolder = benchSize(100, 10);
+
+// A count of the sample Library's, a hundredth of it in a smoke run.
+int scaled(int count) {
+    return benchSize(count, count < 100 ? 1 : count / 100);
+}
 
 std::uint64_t blocksOf(const struct stat& info) {
     return static_cast<std::uint64_t>(info.st_blocks) * 512;
@@ -174,12 +180,12 @@ struct Library {
         const std::string caches = leftover(library + "/Caches/" + id);
         file(caches + "/Cache.db", 2 << 20);
         file(caches + "/Cache.db-wal", 400 << 10);
-        for (int i = 0; i < 4000; ++i) {
+        for (int i = 0; i < scaled(4000); ++i) {
             file(caches + "/fsCachedData/" + uuidLike(i), 500 + next() % 24000);
         }
-        for (int shard = 0; shard < 256; ++shard) {
+        for (int shard = 0; shard < scaled(256); ++shard) {
             const std::string folder = caches + "/thumbnails/" + hex2(shard);
-            for (int i = 0; i < 40; ++i)
+            for (int i = 0; i < scaled(40); ++i)
                 file(folder + "/t" + std::to_string(i) + ".jpg", 1000 + next() % 7000);
         }
 
@@ -206,18 +212,18 @@ struct Library {
         for (const char* folder : {"Desktop", "Downloads", "Movies", "Music", "Pictures"}) {
             symlink(data, std::string("../../../../") + folder, folder);
         }
-        for (int i = 0; i < 6000; ++i) {
+        for (int i = 0; i < scaled(6000); ++i) {
             file(data + "/Library/Caches/" + id + "/c" + std::to_string(i % 60) + "/" + uuidLike(i),
                  next() % 20000);
         }
-        for (int project = 0; project < 50; ++project) {
+        for (int project = 0; project < scaled(50); ++project) {
             const std::string folder = data + "/Library/Application Support/" + name +
                                        "/Projects/p" + std::to_string(project);
             file(folder + "/project.plist", 4000);
-            for (int i = 0; i < 99; ++i)
+            for (int i = 0; i < scaled(99); ++i)
                 file(folder + "/layers/l" + std::to_string(i), next() % 30000);
         }
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < scaled(1000); ++i) {
             file(data + "/Library/WebKit/" + id + "/WebsiteData/IndexedDB/v1/b" +
                      std::to_string(i % 20) + "/" + std::to_string(i) + ".blob",
                  next() % 6000);
@@ -227,7 +233,7 @@ struct Library {
 
         const std::string help =
             leftover(support + "/Caches/com.apple.helpd/Generated/" + id + ".help");
-        for (int i = 0; i < 120; ++i)
+        for (int i = 0; i < scaled(120); ++i)
             file(help + "/page" + std::to_string(i) + ".cshelpindex", 200 + next() % 9000);
         file(leftover(support +
                       "/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile/" + id +
@@ -237,21 +243,21 @@ struct Library {
 
         // Support: plug-in bundles, presets, a catalogue database, previews.
         const std::string own = leftover(support + "/" + name);
-        for (int plugin = 0; plugin < 40; ++plugin) {
+        for (int plugin = 0; plugin < scaled(40); ++plugin) {
             const std::string bundle =
                 own + "/Plug-Ins/Filter" + std::to_string(plugin) + ".bundle/Contents";
             file(bundle + "/Info.plist", 1400);
             file(bundle + "/MacOS/Filter" + std::to_string(plugin), 200000);
-            for (int i = 0; i < 60; ++i)
+            for (int i = 0; i < scaled(60); ++i)
                 file(bundle + "/Resources/r" + std::to_string(i) + ".png", next() % 12000);
         }
-        for (int i = 0; i < 3000; ++i) {
+        for (int i = 0; i < scaled(3000); ++i) {
             file(own + "/Presets/set" + std::to_string(i % 30) + "/preset" + std::to_string(i) +
                      ".xmp",
                  300 + next() % 2500);
         }
         file(own + "/Catalogue.sqlite", 8 << 20);
-        for (int i = 0; i < 4000; ++i) {
+        for (int i = 0; i < scaled(4000); ++i) {
             file(own + "/Previews/" + hex2(i % 64) + "/" + uuidLike(i) + ".png",
                  2000 + next() % 14000);
         }

@@ -14,6 +14,7 @@
 #include <string>
 #include <thread>
 
+#include "BenchSize.h"
 #include "dispatch/RunLoopMainQueue.h"
 #include "watching/AppsInTrashWatcher.h"
 #include "watching/FileEventQueue.h"
@@ -87,7 +88,7 @@ void BM_LoadTrash(benchmark::State& state) {
     }
     state.counters["entries"] = static_cast<double>(loaded);
 }
-BENCHMARK(BM_LoadTrash)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadTrash)->Arg(benchSize(100000, 100))->Unit(benchmark::kMillisecond);
 
 struct CountingListener : FileItemListener {
     int added = 0, removed = 0;
@@ -122,7 +123,7 @@ void BM_RescanTrash(benchmark::State& state) {
     state.counters["entries"] = static_cast<double>(root->getChildren()->size());
     state.counters["announced"] = static_cast<double>(listener->added + listener->removed);
 }
-BENCHMARK(BM_RescanTrash)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RescanTrash)->Arg(benchSize(100000, 100))->Unit(benchmark::kMillisecond);
 
 struct ReportListener : AppsInTrashWatcherListener {
     int reports = 0;
@@ -169,8 +170,8 @@ void BM_MoveToReportBeyondQuietPeriod(benchmark::State& state) {
 }
 BENCHMARK(BM_MoveToReportBeyondQuietPeriod)
     ->Arg(10)
-    ->Arg(100000)
-    ->Iterations(5)
+    ->Arg(benchSize(100000, 100))
+    ->Iterations(benchSize(5, 1))
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 

@@ -9,7 +9,8 @@
 #
 # Prints one "name: value" line per figure. The programs come from the build
 # folder in SWEEPWELL_BUILD_DIR (default build/default); SIZING_PAIRS sets the
-# number of timed pairs (default 7).
+# number of timed pairs (default 7), SIZING_FOLDERS and SIZING_FILES the size
+# of the tree (default 10000 and 200000).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -27,7 +28,7 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/sweepwell-sizing-XXXXXX")
 trap 'rm -rf "$work"' EXIT
 tree=$work/tree
 mkdir "$tree"
-summary=$("$tools/make_size_tree" "$tree")
+summary=$("$tools/make_size_tree" "$tree" "${SIZING_FOLDERS:-10000}" "${SIZING_FILES:-200000}")
 read -r folders files links written <<<"$summary"
 
 # Runs a program as a whole process; prints its time in nanoseconds and

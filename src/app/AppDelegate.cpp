@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dispatch/MainQueue.h"
+#include "dispatch/SerialQueue.h"
 #include "environment/PathsGenerator.h"
 #include "messages/FileMessage.h"
 #include "platform/Bundle.h"
@@ -24,7 +25,11 @@ AppDelegate::Environment AppDelegate::standardEnvironment(
     return environment;
 }
 
-AppDelegate::AppDelegate(Environment environment) : m_environment(std::move(environment)) {}
+AppDelegate::AppDelegate(Environment environment)
+    : m_environment(std::move(environment)),
+      m_pCommandFileQueue(m_environment.commandFileQueue
+                              ? m_environment.commandFileQueue
+                              : std::make_shared<dispatch::SerialQueue>("command-files")) {}
 
 void AppDelegate::applicationDidFinishLaunching() {
     m_arrExcluders.clear();
@@ -50,16 +55,29 @@ void AppDelegate::openFiles(const std::vector<std::string>& paths) {
 
 void AppDelegate::processOpenFileWithPath(const std::string& path) {
     if (PathUtils::pathExtension(path) != FileMessage::kMessageExtension) return;
-    auto message = FileMessage::loadFromFile(path);  // the file is gone from here on
+    // Whoever can write to the sender's folder decides what is read, and a
+    // read can be slow: the window must not wait for it. One serial queue
+    // and the main queue behind it keep the commands in arrival order.
+    const dispatch::TimePoint arrived = dispatch::MainQueue::main().now();
+    m_pCommandFileQueue->async([weak = weak_from_this(), path, arrived] {
+        std::shared_ptr<const FileMessage> message = FileMessage::loadFromFile(path);
+        dispatch::MainQueue::main().async([weak, message = std::move(message), arrived] {
+            if (auto self = weak.lock()) self->applyCommand(message, arrived);
+        });
+    });
+}
+
+void AppDelegate::applyCommand(const std::shared_ptr<const FileMessage>& message,
+                               dispatch::TimePoint arrived) {
     if (FileMessage::ReadCancelExcludeRemovedPathsFromMessage(message)) {
-        clearExcludersExistingNow();
+        clearExcludersExistingNow(arrived);
         return;
     }
     std::vector<std::string> paths;
     if (!FileMessage::ReadExcludePaths(&paths, message)) return;
     for (const std::string& excluded : paths) {
-        const std::string name = PathUtils::stringByDeletingPathExtension(
-            PathUtils::lastPathComponent(excluded));
+        const std::string name =
+            PathUtils::stringByDeletingPathExtension(PathUtils::lastPathComponent(excluded));
         m_arrExcluders.push_back(std::make_shared<NameExcluder>(name));
     }
 }
@@ -67,20 +85,23 @@ void AppDelegate::processOpenFileWithPath(const std::string& path) {
 // The Main application clears its exclusions when it is done removing; the
 // clear waits a little so that the Trash events of its own removal, which
 // arrive late, are still silenced. Exclusions that arrive meanwhile stay.
-void AppDelegate::clearExcludersExistingNow() {
+void AppDelegate::clearExcludersExistingNow(dispatch::TimePoint arrived) {
     // Excluders are only ever appended, and a clear keeps the order of those
     // it keeps, so the ones that exist now are the newest one and all before
     // it: that one excluder stands for the whole snapshot. Holding it keeps
     // its identity from being reused by a newer one before the clear runs.
     // (A flood of clears then costs no copy of the list each.)
     if (m_arrExcluders.empty()) return;
-    dispatch::MainQueue::main().after(
-        kClearDelay, [self = shared_from_this(), newest = m_arrExcluders.back()] {
-            auto& excluders = self->m_arrExcluders;
-            const auto last = std::find(excluders.begin(), excluders.end(), newest);
-            // Gone means an earlier clear already took it and all before it.
-            if (last != excluders.end()) excluders.erase(excluders.begin(), last + 1);
-        });
+    // The delay counts from the file's arrival, not from the end of its read.
+    auto& mainQueue = dispatch::MainQueue::main();
+    const auto delay = std::max<dispatch::Duration>(arrived + kClearDelay - mainQueue.now(),
+                                                    dispatch::Duration::zero());
+    mainQueue.after(delay, [self = shared_from_this(), newest = m_arrExcluders.back()] {
+        auto& excluders = self->m_arrExcluders;
+        const auto last = std::find(excluders.begin(), excluders.end(), newest);
+        // Gone means an earlier clear already took it and all before it.
+        if (last != excluders.end()) excluders.erase(excluders.begin(), last + 1);
+    });
 }
 
 void AppDelegate::onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bundle) {
@@ -92,7 +113,8 @@ void AppDelegate::onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bun
     const std::string& path = bundle->path();
     if (path.starts_with(trash)) {
         const std::string relative = path.substr(trash.size());
-        for (auto excluder = m_arrExcluders.rbegin(); excluder != m_arrExcluders.rend(); ++excluder) {
+        for (auto excluder = m_arrExcluders.rbegin(); excluder != m_arrExcluders.rend();
+             ++excluder) {
             if ((*excluder)->isExcludedName(relative)) return;
         }
     }

@@ -8,11 +8,16 @@
 #include <vector>
 
 #include "app/NameExcluder.h"
+#include "dispatch/Queue.h"
 #include "watching/AppsInTrashWatcher.h"
 
+namespace dispatch {
+class SerialQueue;
+}
 namespace platform {
 class Bundle;
 }
+class FileMessage;
 
 // What the delegate needs of the notification window: the one call it makes.
 class NotificationPresenter {
@@ -35,6 +40,9 @@ public:
         std::function<std::optional<std::string>()> ownBundlePath;
         // Starts the Update restarter; nothing when empty.
         std::function<void()> startUpdateRestarter;
+        // Where command files are read; a queue of the delegate's own when
+        // null.
+        std::shared_ptr<dispatch::SerialQueue> commandFileQueue;
     };
     static Environment standardEnvironment(
         std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter);
@@ -48,6 +56,9 @@ public:
     // Always answers true: the sender is never told what became of a file.
     bool openFile(const std::string& path);
     void openFiles(const std::vector<std::string>& paths);
+    // A command file is read on the command-file queue and its command
+    // applied later on the main queue; commands are applied in the order
+    // their files arrived.
     void processOpenFileWithPath(const std::string& path);
 
     void onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bundle) override;
@@ -58,9 +69,12 @@ public:
     static constexpr auto kClearDelay = std::chrono::seconds(5);
 
 private:
-    void clearExcludersExistingNow();
+    void applyCommand(const std::shared_ptr<const FileMessage>& message,
+                      dispatch::TimePoint arrived);
+    void clearExcludersExistingNow(dispatch::TimePoint arrived);
 
     Environment m_environment;
+    std::shared_ptr<dispatch::SerialQueue> m_pCommandFileQueue;
     std::shared_ptr<AppsInTrashWatcher> m_pTrashWatcher;
     std::shared_ptr<NotificationPresenter> m_pRichNotificationWC;
     std::vector<std::shared_ptr<NameExcluder>> m_arrExcluders;

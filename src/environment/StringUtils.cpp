@@ -52,6 +52,10 @@ std::string convertToStringFromFileSize(std::int64_t bytes) {
     return ByteCountFormatter::stringFromByteCount(bytes);
 }
 
+std::string convertToStringFromFileSize(std::int64_t bytes, const std::string& localeName) {
+    return ByteCountFormatter::stringFromByteCount(bytes, localeName);
+}
+
 std::string getNameForCopiedFile(const std::string& name, const std::string& folder) {
     if (!existsWithoutFollowingLink(PathUtils::stringByAppendingPathComponent(folder, name))) {
         return name;

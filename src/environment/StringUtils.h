@@ -24,8 +24,10 @@ bool hasCaseInsensitiveSuffix(const std::string& s, const std::optional<std::str
 std::string stringByReplacingFirstOccuranceOfString(const std::string& s, const std::string& target,
                                                     const std::string& replacement);
 
-// The byte-count text of a file size ("Zero KB", "532 bytes", "1.2 MB").
+// The byte-count text of a file size ("Zero KB", "532 bytes", "1.2 MB"), in
+// English or in the language of an ICU locale name ("72,5 MB" for "de").
 std::string convertToStringFromFileSize(std::int64_t bytes);
+std::string convertToStringFromFileSize(std::int64_t bytes, const std::string& localeName);
 
 // A name under which a copy can be put into folder without clobbering
 // anything: name itself when nothing exists at folder/name (a final symbolic

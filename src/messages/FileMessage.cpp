@@ -1,13 +1,12 @@
 #include "messages/FileMessage.h"
 
-#include <unistd.h>
-
 #include <atomic>
 
 #include "environment/ApplicationDirectoryUtils.h"
 #include "messages/KeyedArchive.h"
 #include "messages/MessageFileUtils.h"
 #include "platform/Bundle.h"
+#include "platform/ConsumeFile.h"
 #include "platform/LaunchServices.h"
 #include "platform/PathUtils.h"
 #include "platform/Workspace.h"
@@ -81,9 +80,9 @@ bool FileMessage::ReadCancelExcludeRemovedPathsFromMessage(
 
 std::shared_ptr<FileMessage> FileMessage::loadFromFile(const std::optional<std::string>& path) {
     if (!path) return nullptr;
-    const auto bytes = MessageFileUtils::readFile(*path, MessageFileUtils::kMaxMessageFileSize);
-    // Consumed by the first attempt to read it, good or bad.
-    ::unlink(path->c_str());
+    // Consumed by the first attempt to read it, good or bad, so that a bad
+    // file is never offered twice.
+    const auto bytes = platform::consumeFile(*path, kMaxFileSize);
     if (!bytes) return nullptr;
     auto body = KeyedArchive::unarchiveObjectWithData(
         reinterpret_cast<const std::uint8_t*>(bytes->data()), bytes->size());

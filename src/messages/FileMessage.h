@@ -26,6 +26,8 @@ public:
     static constexpr const char* kExcludePathsCommand = "exclude-paths";
     static constexpr const char* kClearExcludePathsCommand = "clear-exclude-paths";
     static constexpr const char* kMessageExtension = "msgforswhelp";
+    // A command is a few paths; anything much larger is not one.
+    static constexpr std::size_t kMaxFileSize = std::size_t{1} << 20;
 
     explicit FileMessage(std::int64_t type,
                          MessageEnvironment environment = MessageEnvironment::standard());
@@ -50,10 +52,12 @@ public:
     static bool ReadCancelExcludeRemovedPathsFromMessage(
         const std::shared_ptr<const FileMessage>& message);
 
-    // Reads and deletes a command file: deleted first, whatever it holds, so
-    // that a bad file is never offered twice. A received message whose body
-    // is the archive's root object (of any kind), or null when there is no
-    // path, the file cannot be read, or it is not a keyed archive.
+    // Reads and removes a command file, whatever it holds (see
+    // platform::consumeFile: only a regular file of at most kMaxFileSize is
+    // read, no link is followed, a folder stays). A received message whose
+    // body is the archive's root object (of any kind), or null when there is
+    // no path, nothing was read, or it is not a keyed archive. It may block
+    // on a slow disk: callers keep it off the main thread.
     static std::shared_ptr<FileMessage> loadFromFile(const std::optional<std::string>& path);
 
     std::int64_t type() const { return _type; }

@@ -1,5 +1,6 @@
 #include "messages/KeyedArchive.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <unordered_set>
@@ -161,12 +162,25 @@ struct ClassInfo {
 };
 
 // Decodes objects on demand, following UIDs depth first. An object reached
-// twice is decoded twice (the result is a tree), which the object budget
-// bounds; an object reached again while it is being decoded is a cycle.
+// twice is decoded twice (the result is a tree), which two budgets bound: the
+// number of objects, counted as they are made, and the bytes of strings,
+// data and names, counted beforehand without copying anything (an archive of
+// a few hundred kilobytes may refer to one large string a hundred thousand
+// times). An object reached again while it is being decoded is a cycle.
 class Unarchiver {
 public:
     explicit Unarchiver(const PlistArray& objects)
         : m_arrObjects(objects), m_arrOnPath(objects.size(), false) {}
+
+    // Whether decoding from `uid` copies at most the reader's byte budget.
+    // Each object's expansion is counted once and then reused, so this takes
+    // time in proportion to the archive, not to what it describes. It counts
+    // every string in an object, its class entry's names and its keys too:
+    // a bound, not an exact figure.
+    bool fitsTheByteBudget(std::uint64_t uid) {
+        m_arrExpanded.assign(m_arrObjects.size(), kUncounted);
+        return expandedBytes(uid, 0) <= PropertyList::kMaxExpandedBytes;
+    }
 
     // False on a fault. `out` is nullopt for nil.
     bool decodeUid(std::uint64_t uid, std::size_t depth, std::optional<ArchivedObject>& out) {
@@ -181,6 +195,47 @@ public:
     }
 
 private:
+    static constexpr std::uint64_t kUncounted = ~std::uint64_t{0};
+    static constexpr std::uint64_t kOverBudget = PropertyList::kMaxExpandedBytes + 1;
+
+    static std::uint64_t add(std::uint64_t a, std::uint64_t b) {
+        return std::min(a + b, kOverBudget);  // both are at most kOverBudget
+    }
+
+    std::uint64_t expandedBytes(std::uint64_t uid, std::size_t depth) {
+        // Out-of-range UIDs and cycles are the decoder's to refuse; a chain
+        // deeper than it goes is refused here already.
+        if (uid >= m_arrObjects.size() || m_arrOnPath[uid]) return 0;
+        if (depth > kMaxDepth) return kOverBudget;
+        if (m_arrExpanded[uid] == kUncounted) {
+            m_arrOnPath[uid] = true;
+            m_arrExpanded[uid] = bytesWithin(m_arrObjects[uid], depth);
+            m_arrOnPath[uid] = false;
+        }
+        return m_arrExpanded[uid];
+    }
+
+    std::uint64_t bytesWithin(const PlistValue& value, std::size_t depth) {
+        if (auto uid = value.asUid()) return expandedBytes(*uid, depth + 1);
+        if (const std::string* text = value.asString())
+            return std::min<std::uint64_t>(text->size(), kOverBudget);
+        if (const PlistData* data = value.asData())
+            return std::min<std::uint64_t>(data->size(), kOverBudget);
+        std::uint64_t total = 0;
+        if (const PlistArray* list = value.asArray()) {
+            for (const PlistValue& item : *list) {
+                total = add(total, bytesWithin(item, depth));
+                if (total == kOverBudget) break;
+            }
+        } else if (const PlistDictionary* entries = value.asDictionary()) {
+            for (const auto& [key, item] : *entries) {
+                total = add(total, add(key.size(), bytesWithin(item, depth)));
+                if (total == kOverBudget) break;
+            }
+        }
+        return total;
+    }
+
     bool spend(std::size_t depth) { return depth <= kMaxDepth && ++m_nProduced <= kMaxObjects; }
 
     bool decodeObject(const PlistValue& object, std::size_t depth,
@@ -376,6 +431,7 @@ private:
     const PlistArray& m_arrObjects;
     std::vector<bool> m_arrOnPath;
     std::map<std::uint64_t, ClassInfo> m_arrClassInfos;
+    std::vector<std::uint64_t> m_arrExpanded;
     std::size_t m_nProduced = 0;
 };
 
@@ -407,8 +463,10 @@ std::optional<ArchivedObject> unarchiveObjectWithArchive(const PlistValue& archi
     auto rootUid = root ? root->asUid() : std::nullopt;
     if (!rootUid) return std::nullopt;
 
+    Unarchiver unarchiver(*objects->asArray());
+    if (!unarchiver.fitsTheByteBudget(*rootUid)) return std::nullopt;
     std::optional<ArchivedObject> object;
-    if (!Unarchiver(*objects->asArray()).decodeUid(*rootUid, 0, object)) return std::nullopt;
+    if (!unarchiver.decodeUid(*rootUid, 0, object)) return std::nullopt;
     return object;
 }
 

@@ -20,7 +20,8 @@
 // Archives come from other programs, so reading treats them as hostile:
 // any fault answers nullopt, and so do UIDs out of range, reference cycles,
 // nesting deeper than kMaxDepth and graphs that would expand to more than
-// kMaxObjects objects.
+// kMaxObjects objects or more than the property-list reader's byte budget
+// (PropertyList::kMaxExpandedBytes) of strings, data and names.
 namespace KeyedArchive {
 
 inline constexpr std::size_t kMaxDepth = 256;

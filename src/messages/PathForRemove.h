@@ -21,7 +21,8 @@ public:
     // gives 0. A size of 0 or less is left not calculated.
     static std::shared_ptr<PathForRemove> createFromDictionary(const nlohmann::json& object);
     // The element for the list: "type", "path" and "bundleId", and "size"
-    // when it is calculated, every value a string.
+    // when it is calculated, every value a string. Null when the path or the
+    // identifier is not UTF-8, which JSON cannot carry.
     nlohmann::json toDictionary() const;
 
     const std::string& path() const { return m_sPath; }

@@ -19,14 +19,18 @@ std::atomic<std::uint64_t> s_nNameCounter{0};
 std::optional<std::string> WatcherMessage::messageText() const {
     nlohmann::json items = nlohmann::json::array();
     for (const auto& entry : m_arrObjs) {
-        if (entry) items.push_back(entry->toDictionary());
+        if (!entry) continue;
+        // One entry that cannot be written is skipped, not the whole list.
+        if (nlohmann::json item = entry->toDictionary(); !item.is_null()) {
+            items.push_back(std::move(item));
+        }
     }
     const nlohmann::json document = {{"items", std::move(items)}};
     std::string json;
     try {
         json = document.dump();
     } catch (const nlohmann::json::exception&) {
-        return std::nullopt;  // a string that is not UTF-8
+        return std::nullopt;
     }
     // No structural character of JSON is a "/", so every one is inside a
     // string, where the platform's serializer escapes it.

@@ -25,8 +25,9 @@ public:
         return "---=== Sweepwell Agent Watcher Message v2 ===---";
     }
 
-    // The file's text for the entries (null entries are skipped); nullopt
-    // when a string cannot be written as JSON (it is not UTF-8).
+    // The file's text for the entries; null entries, and entries whose path
+    // or identifier is not UTF-8, are skipped. nullopt only when the JSON
+    // cannot be made at all.
     std::optional<std::string> messageText() const;
 
     // Writes the list to a new "random_<n>-<seconds>.trforsw" file in the

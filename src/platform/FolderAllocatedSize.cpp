@@ -2,14 +2,20 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
+
+#include "platform/PasswordDatabase.h"
 
 namespace platform {
 
@@ -31,17 +37,81 @@ bool isDotOrDotDot(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
 
-int openFolderAt(int parent, const char* name) {
-    for (;;) {
-        const int fd = ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        if (fd >= 0 || errno != EINTR) return fd;
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+// Whether the kernel can refuse, while opening, to cross into another mount
+// (openat2); cleared for good the first time it says it cannot.
+std::atomic<bool> g_canOpenWithinMount{true};
+
+// Opens a sub-folder of `parent` that lies on `device`, or answers -1. Where
+// the kernel can refuse to cross a mount point that costs nothing extra;
+// elsewhere the opened folder's device is compared.
+int openFolderAt(int parent, const char* name, dev_t device) {
+    if (g_canOpenWithinMount.load(std::memory_order_relaxed)) {
+        struct open_how how {};
+        how.flags = kFolderFlags;
+        how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
+        for (;;) {
+            const long fd = ::syscall(SYS_openat2, parent, name, &how, sizeof how);
+            if (fd >= 0) return static_cast<int>(fd);
+            if (errno == EINTR || errno == EAGAIN) continue;
+            // Not there, or refused by a filter: fall back to comparing devices.
+            if (errno != ENOSYS && errno != EPERM && errno != E2BIG && errno != EINVAL) return -1;
+            break;
+        }
+        g_canOpenWithinMount.store(false, std::memory_order_relaxed);
     }
+    int fd;
+    do {
+        fd = ::openat(parent, name, kFolderFlags);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0) return -1;
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || info.st_dev != device) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+std::optional<std::pair<dev_t, ino_t>> identityOf(const std::string& path) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+    return std::make_pair(info.st_dev, info.st_ino);
+}
+
+// Whether the opened folder is the home folder or one above it, "/" always
+// included: sizing those would walk the user's whole home or the whole disk.
+// Both the home's own path and its resolved one are climbed, so that a home
+// reached through a link is recognised under either name.
+bool holdsTheHome(const struct stat& folder, std::string home) {
+    const auto same = [&](const std::string& path) {
+        const auto identity = identityOf(path);
+        return identity && identity->first == folder.st_dev && identity->second == folder.st_ino;
+    };
+    if (same("/")) return true;
+    if (home.empty()) home = homeFromPasswordDatabase();
+    if (home.empty() || home[0] != '/') return false;
+    std::vector<std::string> names{home};
+    std::unique_ptr<char, void (*)(void*)> real(::realpath(home.c_str(), nullptr), std::free);
+    if (real) names.emplace_back(real.get());
+    for (std::string path : names) {
+        while (path.size() > 1) {
+            if (same(path)) return true;
+            const auto slash = path.find_last_of('/');
+            path.resize(slash == 0 ? 1 : slash);
+        }
+    }
+    return false;
 }
 
 class Walker {
 public:
-    explicit Walker(DescendRule descend)
-        : m_descend(descend), m_buffer(new char[kReadBufferSize]) {}
+    Walker(DescendRule descend, dev_t device, const std::atomic<bool>* abandoned)
+        : m_descend(descend),
+          m_device(device),
+          m_abandoned(abandoned),
+          m_buffer(new char[kReadBufferSize]) {}
 
     std::uint64_t walk(int rootFd) {
         m_depth = 0;
@@ -49,9 +119,13 @@ public:
         while (true) {
             Frame& frame = m_frames[m_depth];
             if (frame.next < frame.names.size()) {
+                if (m_abandoned != nullptr && m_abandoned->load(std::memory_order_relaxed)) {
+                    closeAll();
+                    return m_total;
+                }
                 const char* name = frame.names.data() + frame.next;
                 frame.next += std::strlen(name) + 1;
-                const int child = openFolderAt(frame.fd, name);
+                const int child = openFolderAt(frame.fd, name, m_device);
                 if (child >= 0) {
                     ++m_depth;
                     push(child);
@@ -110,7 +184,7 @@ private:
         Frame& parent = m_frames[m_depth - 1];
         bool ok = true;
         if (parent.fd < 0) {
-            parent.fd = openFolderAt(frame.fd, "..");
+            parent.fd = openFolderAt(frame.fd, "..", m_device);
             struct stat info {};
             if (parent.fd < 0 || !parent.isIdentified || ::fstat(parent.fd, &info) != 0 ||
                 info.st_dev != parent.device || info.st_ino != parent.inode) {
@@ -120,13 +194,15 @@ private:
         ::close(frame.fd);
         frame.fd = -1;
         --m_depth;
-        if (!ok) {
-            for (std::size_t depth = 0; depth <= m_depth; ++depth) {
-                if (m_frames[depth].fd >= 0) ::close(m_frames[depth].fd);
-                m_frames[depth].fd = -1;
-            }
-        }
+        if (!ok) closeAll();
         return ok;
+    }
+
+    void closeAll() {
+        for (std::size_t depth = 0; depth <= m_depth; ++depth) {
+            if (m_frames[depth].fd >= 0) ::close(m_frames[depth].fd);
+            m_frames[depth].fd = -1;
+        }
     }
 
     void readFolder(Frame& frame) {
@@ -150,6 +226,8 @@ private:
         }
         struct stat info {};
         if (::fstatat(frame.fd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) return;
+        // A file mounted over this one belongs to another file system.
+        if (info.st_dev != m_device) return;
         if (S_ISDIR(info.st_mode)) {
             enterLater(frame, name);  // the file system did not say what it was
         } else {
@@ -164,6 +242,8 @@ private:
     }
 
     DescendRule m_descend;
+    dev_t m_device;
+    const std::atomic<bool>* m_abandoned;
     std::unique_ptr<char[]> m_buffer;
     std::vector<Frame> m_frames;
     std::size_t m_depth = 0;
@@ -178,11 +258,17 @@ std::optional<std::uint64_t> allocatedSizeOfEntry(const std::string& path) {
     return allocatedBytes(info);
 }
 
-std::uint64_t allocatedSizeOfFolderContents(const std::string& folder, DescendRule descend) {
+std::uint64_t allocatedSizeOfFolderContents(const std::string& folder, DescendRule descend,
+                                            const FolderWalkLimits& limits) {
     // The folder itself may be a link to a folder: it is the one place where a link is followed.
     const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) return 0;
-    return Walker(descend).walk(fd);
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || holdsTheHome(info, limits.homeDirectory)) {
+        ::close(fd);
+        return 0;
+    }
+    return Walker(descend, info.st_dev, limits.abandoned).walk(fd);
 }
 
 }  // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,6 +19,15 @@ using DescendRule = bool (*)(std::uint64_t linkCount);
 // nullopt when nothing is there or it cannot be examined.
 std::optional<std::uint64_t> allocatedSizeOfEntry(const std::string& path);
 
+// What keeps a walk among the user's own files and lets its owner stop it.
+struct FolderWalkLimits {
+    // Set (from any thread) when the walk's owner goes away: the walk ends
+    // at the next folder it would read and answers what it has so far.
+    const std::atomic<bool>* abandoned = nullptr;
+    // The user's home folder; empty for the password database's.
+    std::string homeDirectory;
+};
+
 // The sum of the allocated sizes of everything below `folder` that is not a
 // folder: files, symbolic links (never followed), and any other kind of
 // entry. Hidden entries count and packages are entered; folders themselves
@@ -25,6 +35,12 @@ std::optional<std::uint64_t> allocatedSizeOfEntry(const std::string& path);
 // link count. `folder` may itself be a symbolic link to a folder. Entries and
 // folders that cannot be read are skipped, and what could be read is
 // answered; 0 when `folder` cannot be opened as a folder at all.
-std::uint64_t allocatedSizeOfFolderContents(const std::string& folder, DescendRule descend);
+//
+// The walk stays on the file system `folder` is on: other file systems
+// mounted below it are neither entered nor counted. A `folder` that is, or
+// leads to, the root folder or a folder holding the user's home (the home
+// itself included) is not walked at all: 0.
+std::uint64_t allocatedSizeOfFolderContents(const std::string& folder, DescendRule descend,
+                                            const FolderWalkLimits& limits = {});
 
 }  // namespace platform

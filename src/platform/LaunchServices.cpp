@@ -12,6 +12,7 @@
 #include "platform/FileResources.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
+#include "platform/UserDefaults.h"
 
 namespace platform::LaunchServices {
 
@@ -50,6 +51,7 @@ public:
 
     void searchRoot(const std::string& root) {
         if (root.empty()) return;
+        m_nVisited = 0;
         searchFolder(root, 0);
     }
 
@@ -91,13 +93,37 @@ private:
 
 }  // namespace
 
-std::vector<std::string> applicationFolders() {
+std::vector<std::string> applicationFolders(const std::string& home, UserDefaults& settings) {
+    const bool withHome = isUsableHomeDirectory(home);
     std::vector<std::string> folders{"/Applications"};
-    const std::string home = homeFromPasswordDatabase();
-    if (!home.empty()) {
+    if (withHome) {
         folders.push_back(PathUtils::stringByAppendingPathComponent(home, "Applications"));
     }
+    const auto add = [&](std::string folder) {
+        while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+        if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
+            folders.push_back(std::move(folder));
+        }
+    };
+    // Picks up what the user changed since the last search.
+    settings.synchronize();
+    const auto named = settings.objectForKey(kApplicationFoldersKey);
+    const PlistArray* list = named ? named->asArray() : nullptr;
+    if (list == nullptr) return folders;
+    for (const PlistValue& value : *list) {
+        const std::string* folder = value.asString();
+        if (folder == nullptr || folder->empty()) continue;
+        if ((*folder)[0] == '/') {
+            add(*folder);
+        } else if (withHome && folder->size() > 2 && folder->compare(0, 2, "~/") == 0) {
+            add(PathUtils::stringByAppendingPathComponent(home, folder->substr(2)));
+        }
+    }
     return folders;
+}
+
+std::vector<std::string> applicationFolders() {
+    return applicationFolders(homeFromPasswordDatabase(), UserDefaults::standard());
 }
 
 std::vector<std::string> copiesOfBundleIdentifier(const std::string& bundleId,

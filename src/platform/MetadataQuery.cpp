@@ -121,7 +121,7 @@ NotificationCenter& MetadataQuery::defaultCenter() {
 std::vector<std::string> MetadataQuery::defaultSearchScopes() {
     std::vector<std::string> scopes{"/Applications"};
     const std::string home = homeFromPasswordDatabase();
-    if (!home.empty())
+    if (isUsableHomeDirectory(home))
         scopes.push_back(PathUtils::stringByAppendingPathComponent(home, "Applications"));
     return scopes;
 }

@@ -1,6 +1,7 @@
 #include "platform/PasswordDatabase.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -44,6 +45,31 @@ std::optional<PasswordEntry> passwordEntryForUserName(const std::string& userNam
 std::string homeFromPasswordDatabase() {
     auto entry = passwordEntryForCurrentUser();
     return entry ? entry->homeDirectory : std::string();
+}
+
+bool isUsableHomeDirectory(const std::string& home) {
+    if (home.empty() || home[0] != '/') return false;
+    // Depth below "/" once "." and ".." are taken into account.
+    std::size_t depth = 0;
+    for (std::size_t start = 0; start < home.size();) {
+        std::size_t end = home.find('/', start);
+        if (end == std::string::npos) end = home.size();
+        const std::string part = home.substr(start, end - start);
+        if (part == "..") {
+            if (depth > 0) --depth;
+        } else if (!part.empty() && part != ".") {
+            ++depth;
+        }
+        start = end + 1;
+    }
+    if (depth == 0) return false;
+    struct stat homeInfo {};
+    struct stat rootInfo {};
+    if (::stat(home.c_str(), &homeInfo) == 0 && ::stat("/", &rootInfo) == 0 &&
+        homeInfo.st_dev == rootInfo.st_dev && homeInfo.st_ino == rootInfo.st_ino) {
+        return false;
+    }
+    return true;
 }
 
 }  // namespace platform

@@ -22,4 +22,10 @@ std::optional<PasswordEntry> passwordEntryForUserName(const std::string& userNam
 // The current user's home folder, "" when the database has no entry.
 std::string homeFromPasswordDatabase();
 
+// Whether searches relative to `home` stay among the user's own files: an
+// absolute path that is not the root folder, neither by its name ("/", "//",
+// "/x/..") nor by what it leads to (a link to "/"). Accounts of services
+// often have "/" as their home, and "~/Library" would then be the system's.
+bool isUsableHomeDirectory(const std::string& home);
+
 }  // namespace platform

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <memory>
 #include <utility>
 
@@ -45,7 +46,8 @@ std::uint64_t readBigEndian(const std::uint8_t* bytes, std::size_t count) {
 // deep enough to exhaust the stack or a shared graph that doubles at every
 // level. Before handing binary input over we walk its object graph ourselves
 // (iteratively, each object once) and refuse cycles, chains deeper than
-// kMaxDepth and graphs that would expand to more than kMaxObjects values.
+// kMaxDepth and graphs that would expand to more than kMaxObjects values or
+// more than kMaxExpandedBytes of strings and data.
 class BinaryGraphCheck {
 public:
     BinaryGraphCheck(const std::uint8_t* data, std::size_t size) : m_pData(data), m_nSize(size) {}
@@ -74,6 +76,7 @@ private:
     struct Children {
         std::uint64_t first = 0;  // offset of the first reference
         std::uint64_t count = 0;  // number of references
+        std::uint64_t bytes = 0;  // the object's own string or data bytes once read
     };
     struct Frame {
         std::uint64_t object;
@@ -96,7 +99,8 @@ private:
         const std::uint8_t type = marker & 0xF0;
         const bool isContainer = type == 0xA0 || type == 0xC0 || type == 0xD0;
         const bool isString = type == 0x50 || type == 0x60;
-        if (!isContainer && !isString) return Children{};
+        const bool isData = type == 0x40;
+        if (!isContainer && !isString && !isData) return Children{};
         std::uint64_t position = offset + 1;
         std::uint64_t count = marker & 0x0F;
         if (count == 0x0F) {
@@ -109,14 +113,19 @@ private:
             count = readBigEndian(m_pData + position + 1, width);
             position += 1 + width;
         }
+        if (isData) {
+            if (count > m_nTableOffset - position) return std::nullopt;
+            return Children{0, 0, count};
+        }
         if (isString) {
-            // ASCII strings count bytes, UTF-16 ones count 2-byte units.
+            // ASCII strings count bytes, UTF-16 ones count 2-byte units,
+            // each of which becomes at most 3 bytes of UTF-8.
             const std::uint64_t unit = type == 0x60 ? 2 : 1;
             if (count > (m_nTableOffset - position) / unit) return std::nullopt;
             for (std::uint64_t i = 0; i < count; ++i) {
                 if (readBigEndian(m_pData + position + i * unit, unit) == 0) return std::nullopt;
             }
-            return Children{};
+            return Children{0, 0, type == 0x60 ? count * 3 : count};
         }
         const std::uint64_t perEntry = type == 0xD0 ? 2 : 1;
         const std::uint64_t room = (m_nTableOffset - position) / m_nRefSize;
@@ -130,14 +139,16 @@ private:
         constexpr std::size_t kMaxValuesOnAPath = kMaxDepth + 1;
         std::vector<std::uint8_t> state(m_nObjectCount, kUnvisited);
         std::vector<std::uint16_t> height(m_nObjectCount, 0);
-        // Values each object expands to, saturating just above the limit.
+        // Values and bytes each object expands to, saturating above the limits.
         std::vector<std::uint32_t> expanded(m_nObjectCount, 0);
+        std::vector<std::uint64_t> bytes(m_nObjectCount, 0);
         std::vector<Frame> path;
         auto enter = [&](std::uint64_t object) {
             auto children = childrenOf(object);
             if (!children || path.size() + 1 > kMaxValuesOnAPath) return false;
             state[object] = kOnPath;
             expanded[object] = 1;
+            bytes[object] = children->bytes;
             path.push_back(Frame{object, *children, 0, 0});
             return true;
         };
@@ -154,6 +165,7 @@ private:
                     parent.tallestChild =
                         std::max<std::size_t>(parent.tallestChild, height[object]);
                     addExpanded(expanded[parent.object], expanded[object]);
+                    addBytes(bytes[parent.object], bytes[object]);
                 }
                 continue;
             }
@@ -166,17 +178,25 @@ private:
                 if (path.size() + height[child] > kMaxValuesOnAPath) return false;
                 frame.tallestChild = std::max<std::size_t>(frame.tallestChild, height[child]);
                 addExpanded(expanded[frame.object], expanded[child]);
+                addBytes(bytes[frame.object], bytes[child]);
             } else if (!enter(child)) {
                 return false;
             }
-            if (expanded[path.back().object] > kMaxObjects) return false;
+            const std::uint64_t current = path.back().object;
+            if (expanded[current] > kMaxObjects || bytes[current] > kMaxExpandedBytes) {
+                return false;
+            }
         }
-        return expanded[root] <= kMaxObjects;
+        return expanded[root] <= kMaxObjects && bytes[root] <= kMaxExpandedBytes;
     }
 
     static void addExpanded(std::uint32_t& total, std::uint32_t more) {
         const std::uint64_t sum = std::uint64_t{total} + more;
         total = static_cast<std::uint32_t>(std::min<std::uint64_t>(sum, kMaxObjects + 1));
+    }
+    static void addBytes(std::uint64_t& total, std::uint64_t more) {
+        total = std::min<std::uint64_t>(
+            total + std::min<std::uint64_t>(more, kMaxExpandedBytes + 1), kMaxExpandedBytes + 1);
     }
 
     const std::uint8_t* m_pData;
@@ -193,13 +213,16 @@ bool startsWith(std::string_view text, std::size_t at, std::string_view prefix) 
 
 // The XML parser itself does not recurse, but freeing its tree does. This
 // scan bounds the element nesting before parsing: every start tag that does
-// not close itself opens a level, every end tag closes one. Comments, CDATA,
+// not close itself opens a level, every end tag closes one. It also bounds
+// the values: every start tag but a key's is one. (XML holds no references,
+// so its strings and data never outgrow the input.) Comments, CDATA,
 // processing instructions and declarations are skipped; a construct left
 // unterminated ends the scan (the parser refuses it anyway).
-bool xmlNestingIsBounded(std::string_view text) {
+bool xmlIsBounded(std::string_view text) {
     // The plist element and a value element inside the deepest container.
     constexpr std::size_t kMaxElementDepth = kMaxDepth + 2;
     std::size_t depth = 0;
+    std::size_t values = 0;
     std::size_t at = 0;
     auto skipPast = [&](std::string_view terminator) {
         const std::size_t end = text.find(terminator, at);
@@ -229,6 +252,7 @@ bool xmlNestingIsBounded(std::string_view text) {
             at += 2;
             skipPast(">");
         } else {
+            if (!startsWith(text, at, "<key") && ++values > kMaxObjects + 1) return false;
             char quote = 0;
             char previous = 0;
             for (++at; at < text.size(); ++at) {
@@ -521,6 +545,160 @@ bool writeAll(int fd, const void* data, std::size_t size) {
     return true;
 }
 
+// --- Binary writer -----------------------------------------------------------
+
+// libplist's binary writer shares equal data objects only when their
+// addresses happen to hash alike, so the same value could be written in
+// different ways from one run to the next. This writer shares every equal
+// scalar (by its encoded bytes) and no container, so the output depends on
+// the value alone. Objects are numbered depth first from the root.
+class BinaryWriter {
+public:
+    std::vector<std::uint8_t> write(const PlistValue& root) {
+        add(root);
+        const std::size_t count = m_arrObjects.size();
+        const unsigned refSize = byteWidth(count - 1);
+        std::string body(kBinaryMagic, kBinaryMagicSize);
+        std::vector<std::uint64_t> offsets;
+        offsets.reserve(count);
+        for (const Object& object : m_arrObjects) {
+            offsets.push_back(body.size());
+            body += object.bytes;
+            for (std::size_t ref : object.refs) appendBigEndian(body, ref, refSize);
+        }
+        const std::uint64_t tableOffset = body.size();
+        const unsigned offsetSize = byteWidth(tableOffset);
+        for (std::uint64_t offset : offsets) appendBigEndian(body, offset, offsetSize);
+        body.append(6, '\0');
+        body += static_cast<char>(offsetSize);
+        body += static_cast<char>(refSize);
+        appendBigEndian(body, count, 8);
+        appendBigEndian(body, 0, 8);  // the root is the first object
+        appendBigEndian(body, tableOffset, 8);
+        return std::vector<std::uint8_t>(body.begin(), body.end());
+    }
+
+private:
+    struct Object {
+        std::string bytes;              // marker and contents, or marker and count
+        std::vector<std::size_t> refs;  // a container's members
+    };
+
+    static unsigned byteWidth(std::uint64_t value) {
+        if (value <= 0xFF) return 1;
+        if (value <= 0xFFFF) return 2;
+        if (value <= 0xFFFFFFFF) return 4;
+        return 8;
+    }
+    static void appendBigEndian(std::string& out, std::uint64_t value, unsigned width) {
+        for (unsigned i = width; i-- > 0;) out += static_cast<char>((value >> (8 * i)) & 0xFF);
+    }
+    // An integer object: 1, 2 or 4 bytes hold non-negative values, 8 bytes
+    // two's complement, 16 bytes an unsigned value above the signed range.
+    static std::string integer(std::uint64_t bits, bool unsignedBig) {
+        std::string out;
+        if (unsignedBig) {
+            out += '\x14';
+            appendBigEndian(out, 0, 8);
+            appendBigEndian(out, bits, 8);
+            return out;
+        }
+        const unsigned width = bits > 0xFFFFFFFF ? 8 : byteWidth(bits);
+        out += static_cast<char>(0x10 | (width == 1 ? 0 : width == 2 ? 1 : width == 4 ? 2 : 3));
+        appendBigEndian(out, bits, width);
+        return out;
+    }
+    static std::string marker(std::uint8_t type, std::size_t count) {
+        if (count < 15) return std::string(1, static_cast<char>(type | count));
+        return std::string(1, static_cast<char>(type | 0x0F)) + integer(count, false);
+    }
+    static std::string realBytes(std::uint8_t type, double value) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        std::string out(1, static_cast<char>(type));
+        appendBigEndian(out, bits, 8);
+        return out;
+    }
+    static std::string string(const std::string& text) {
+        const bool ascii = std::all_of(text.begin(), text.end(),
+                                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+        if (ascii) return marker(0x50, text.size()) + text;
+        const std::u16string units = Utf8::toUtf16(text);
+        std::string out = marker(0x60, units.size());
+        for (char16_t unit : units) appendBigEndian(out, unit, 2);
+        return out;
+    }
+
+    // Only what isSerializable accepts reaches here.
+    static std::string scalar(const PlistValue& value) {
+        switch (value.kind()) {
+            case PlistValue::Kind::Bool:
+                return std::string(1, *value.asBool() ? '\x09' : '\x08');
+            case PlistValue::Kind::Integer:
+                if (value.isUnsignedInteger()) return integer(*value.asUnsignedInteger(), true);
+                return integer(static_cast<std::uint64_t>(*value.asInteger()), false);
+            case PlistValue::Kind::Real:
+                return realBytes(0x23, *value.asReal());
+            case PlistValue::Kind::Date: {
+                // As the reader will see it: whole seconds and microseconds.
+                const auto parts = *dateParts(value.asDate()->secondsSinceReferenceDate);
+                return realBytes(0x33, parts.first + parts.second / 1e6);
+            }
+            case PlistValue::Kind::Data: {
+                const PlistData& data = *value.asData();
+                return marker(0x40, data.size()) + std::string(data.begin(), data.end());
+            }
+            case PlistValue::Kind::String:
+                return string(*value.asString());
+            case PlistValue::Kind::Uid: {
+                const std::uint64_t uid = *value.asUid();
+                const unsigned width = byteWidth(uid);
+                std::string out(1, static_cast<char>(0x80 | (width - 1)));
+                appendBigEndian(out, uid, width);
+                return out;
+            }
+            default:
+                return {};
+        }
+    }
+
+    std::size_t addScalar(std::string bytes) {
+        auto [it, added] = m_arrShared.try_emplace(std::move(bytes), m_arrObjects.size());
+        if (added) m_arrObjects.push_back(Object{it->first, {}});
+        return it->second;
+    }
+
+    std::size_t add(const PlistValue& value) {
+        if (const PlistArray* array = value.asArray()) {
+            const std::size_t index = m_arrObjects.size();
+            m_arrObjects.push_back(Object{marker(0xA0, array->size()), {}});
+            std::vector<std::size_t> refs;
+            refs.reserve(array->size());
+            for (const PlistValue& item : *array) refs.push_back(add(item));
+            m_arrObjects[index].refs = std::move(refs);
+            return index;
+        }
+        if (const PlistDictionary* dictionary = value.asDictionary()) {
+            const std::size_t index = m_arrObjects.size();
+            m_arrObjects.push_back(Object{marker(0xD0, dictionary->size()), {}});
+            std::vector<std::size_t> keys, values;
+            keys.reserve(dictionary->size());
+            values.reserve(dictionary->size());
+            for (const auto& [key, item] : *dictionary) {
+                keys.push_back(addScalar(string(key)));
+                values.push_back(add(item));
+            }
+            keys.insert(keys.end(), values.begin(), values.end());
+            m_arrObjects[index].refs = std::move(keys);
+            return index;
+        }
+        return addScalar(scalar(value));
+    }
+
+    std::vector<Object> m_arrObjects;
+    std::map<std::string, std::size_t> m_arrShared;
+};
+
 }  // namespace
 
 std::optional<PlistValue> parse(const std::uint8_t* data, std::size_t size) {
@@ -537,7 +715,7 @@ std::optional<PlistValue> parse(const std::uint8_t* data, std::size_t size) {
         // holds a NUL character, and one inside a key would abort the parser's
         // key getter.
         const std::string text(reinterpret_cast<const char*>(data), size);
-        if (text.find('\0') != std::string::npos || !xmlNestingIsBounded(text)) {
+        if (text.find('\0') != std::string::npos || !xmlIsBounded(text)) {
             return std::nullopt;
         }
         plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &root);
@@ -589,15 +767,8 @@ bool isSerializable(const PlistValue& value) {
 }
 
 std::vector<std::uint8_t> toBinary(const PlistValue& value) {
-    PlistPtr tree = toNode(value, 0);
-    if (!tree) return {};
-    char* buffer = nullptr;
-    std::uint32_t length = 0;
-    plist_to_bin(tree.get(), &buffer, &length);
-    std::vector<std::uint8_t> bytes;
-    if (buffer) bytes.assign(buffer, buffer + length);
-    plist_to_bin_free(buffer);
-    return bytes;
+    if (!isSerializable(value)) return {};
+    return BinaryWriter().write(value);
 }
 
 std::string toXml(const PlistValue& value) {

@@ -6,10 +6,12 @@
 #include <cassert>
 
 #include "dispatch/MainQueue.h"
+#include "dispatch/SerialQueue.h"
 #include "environment/MacOSVersion.h"
 #include "environment/StringUtils.h"
 #include "platform/Bundle.h"
 #include "platform/LaunchServices.h"
+#include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
 #include "remains/SpotlightEasySearch.h"
 #include "watching/FileManagerUtils.h"
@@ -18,6 +20,55 @@ namespace {
 
 bool startsWith(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+bool endsWith(const std::string& text, const std::string& suffix) {
+    return text.size() >= suffix.size() &&
+           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// A name that is one entry of one folder: anything that could name a path of
+// its own ("a/b", "..") or be cut short by the system (a NUL) is refused.
+bool isSingleComponent(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." &&
+           name.find_first_of(std::string("/\0", 2)) == std::string::npos;
+}
+
+// Names that short ("a", "Go") begin too many other names to stand for one
+// application's files.
+constexpr std::size_t kMinPrefixLength = 3;
+
+// An identifier made of at least two non-empty dot-separated parts
+// ("com.example"); "com." or ".x" would match whole families of files.
+bool isQualifiedIdentifier(const std::string& id) {
+    if (id.size() < kMinPrefixLength || !isSingleComponent(id)) return false;
+    if (id.front() == '.' || id.back() == '.') return false;
+    if (id.find("..") != std::string::npos) return false;
+    return id.find('.') != std::string::npos;
+}
+
+// A launch agent of the identifier: "<id>.plist" or "<id>.<more>.plist", never
+// "<id>x.plist", which belongs to an identifier that merely starts the same.
+bool isLaunchAgentOf(const std::string& entry, const std::string& id) {
+    const std::string suffix = ".plist";
+    if (!isQualifiedIdentifier(id) || !startsWith(entry, id) || !endsWith(entry, suffix)) {
+        return false;
+    }
+    if (entry.size() == id.size() + suffix.size()) return true;
+    return entry.size() > id.size() + suffix.size() + 1 && entry[id.size()] == '.';
+}
+
+// A crash-reporter file of the process: "<name>.plist", or the process name,
+// "_" and what the reporter adds to tell machines apart ("<name>_<host>.plist").
+// "<name>x.plist" is another program's.
+bool isCrashReportOf(const std::string& entry, const std::string& name) {
+    const std::string suffix = ".plist";
+    if (name.size() < kMinPrefixLength || !isSingleComponent(name) || !startsWith(entry, name) ||
+        !endsWith(entry, suffix)) {
+        return false;
+    }
+    if (entry.size() == name.size() + suffix.size()) return true;
+    return entry.size() > name.size() + suffix.size() + 1 && entry[name.size()] == '_';
 }
 
 // The entries of a folder, one level, sorted so the order does not depend on
@@ -76,7 +127,8 @@ void SimpleRemainsInfo::addBundle(const std::shared_ptr<platform::Bundle>& bundl
 
 void SimpleRemainsInfo::findRemains(const PathsGenerator& paths) {
     _homePath = paths.getHomeDirectory();
-    if (_homePath->empty()) _homePath.reset();
+    // A home of "/" would make "Library/..." the system's folders.
+    if (!platform::isUsableHomeDirectory(*_homePath)) _homePath.reset();
     const auto& id = m_sBundleID;
     const std::optional<std::string> name = m_sBundleName;
     const std::string support = "Library/Application Support";
@@ -94,9 +146,9 @@ void SimpleRemainsInfo::findRemains(const PathsGenerator& paths) {
         kTypeSupportItem);
     addFileWithSubPath(support + "/Growl/Tickets", name, ".growlTicket", kTypeSupportItem);
     addFileWithSubPath(support, name, "", kTypeSupportItem);
-    addPathInSubFolder("Library/LaunchAgents", id, ".plist", m_arrRemainsObjectPaths,
+    addPathInSubFolder("Library/LaunchAgents", id, &isLaunchAgentOf, m_arrRemainsObjectPaths,
                        kTypeSupportItem);
-    addPathInSubFolder(support + "/CrashReporter", name, ".plist", m_arrRemainsObjectPaths,
+    addPathInSubFolder(support + "/CrashReporter", name, &isCrashReportOf, m_arrRemainsObjectPaths,
                        kTypeCrashReport);
 }
 
@@ -114,6 +166,10 @@ void SimpleRemainsInfo::addFileWithSubPath(const std::string& subPath,
 std::optional<std::string> SimpleRemainsInfo::createSafeToDeletePathInFolder(
     const std::optional<std::string>& folder, const std::optional<std::string>& fileName) {
     if (!folder || !fileName) return std::nullopt;
+    // Exactly one entry of the folder: the identifier and executable name come
+    // from an Info.plist anyone may have written, and "Vendor/Browser" would
+    // otherwise name another application's data one level further down.
+    if (!isSingleComponent(*fileName)) return std::nullopt;
     std::string path = PathUtils::stringByStandardizingPath(
         PathUtils::stringByAppendingPathComponent(*folder, *fileName));
     if (!StringUtils::isInFolder(path, *folder)) return std::nullopt;
@@ -130,17 +186,14 @@ void SimpleRemainsInfo::addPath(const std::string& path, PathList& toArr, std::i
 
 void SimpleRemainsInfo::addPathInSubFolder(const std::string& subPath,
                                            const std::optional<std::string>& prefix,
-                                           const std::string& suffix, PathList& toArr,
+                                           EntryRule belongs, PathList& toArr,
                                            std::int32_t withType) {
     if (subPath.empty() || !_homePath) return;
-    // An empty prefix or suffix matches nothing, as the platform's prefix test answers.
-    if (!prefix || prefix->empty() || suffix.empty() || !m_sBundleID) return;
+    if (!prefix || prefix->empty() || !m_sBundleID) return;
     const std::string folder = PathUtils::stringByAppendingPathComponent(*_homePath, subPath);
     if (!FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(folder)) return;
     for (const auto& name : folderEntries(folder)) {
-        const bool matches = name.size() >= suffix.size() && startsWith(name, *prefix) &&
-                             name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
-        if (!matches) continue;
+        if (!belongs(name, *prefix)) continue;
         // The names come from the listing itself, so no safety check is needed.
         toArr.push_back(std::make_shared<PathForRemove>(
             PathUtils::stringByAppendingPathComponent(folder, name), withType, *m_sBundleID));
@@ -187,27 +240,48 @@ void SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
     const std::optional<std::string>& bundleId, std::function<void()> okBlock,
     const InstalledCopyLocations& locations) {
     if (!bundleId) return;
-    const std::string userApplications = locations.paths.buildUserApplicationsDirectory();
-
-    std::vector<std::string> copies;
-    if (locations.listsEveryCopy) {
-        copies = platform::LaunchServices::copiesOfBundleIdentifier(*bundleId,
-                                                                    locations.launchServicesRoots);
-    } else if (auto copy = platform::LaunchServices::urlForApplicationWithBundleIdentifier(
-                   *bundleId, locations.launchServicesRoots)) {
-        copies.push_back(*copy);
+    std::shared_ptr<dispatch::Queue> queue = locations.scanQueue;
+    if (!queue) {
+        // Never destroyed: a scan still running at exit must not be waited for.
+        static const auto* shared = new std::shared_ptr<dispatch::SerialQueue>(
+            std::make_shared<dispatch::SerialQueue>("Installed copies scan"));
+        queue = *shared;
     }
-    for (const auto& path : copies) {
-        // A copy on another volume or in the Trash is not an installed one.
-        if (StringUtils::isInFolder(path, locations.volumesFolder)) continue;
-        if (locations.paths.pathInTrash(path)) continue;
-        if (FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(path)) return;
-    }
+    // Application folders can be large and slow to read: the window stays
+    // responsive while they are, and the answer comes back on the main queue.
+    queue->async([id = *bundleId, okBlock = std::move(okBlock), locations]() mutable {
+        std::vector<std::string> copies;
+        if (locations.listsEveryCopy) {
+            copies = platform::LaunchServices::copiesOfBundleIdentifier(
+                id, locations.launchServicesRoots);
+        } else if (auto copy = platform::LaunchServices::urlForApplicationWithBundleIdentifier(
+                       id, locations.launchServicesRoots)) {
+            copies.push_back(*copy);
+        }
+        for (const auto& path : copies) {
+            // A copy on another volume or in the Trash is not an installed one.
+            if (StringUtils::isInFolder(path, locations.volumesFolder)) continue;
+            if (locations.paths.pathInTrash(path)) continue;
+            if (FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(path)) return;
+        }
+        dispatch::MainQueue::main().async(
+            [id = std::move(id), okBlock = std::move(okBlock), locations = std::move(locations)] {
+                searchForInstalledCopies(id, okBlock, locations);
+            });
+    });
+}
 
+void SimpleRemainsInfo::searchForInstalledCopies(const std::string& bundleId,
+                                                 std::function<void()> okBlock,
+                                                 const InstalledCopyLocations& locations) {
+    const std::string userApplications =
+        platform::isUsableHomeDirectory(locations.paths.getHomeDirectory())
+            ? locations.paths.buildUserApplicationsDirectory()
+            : std::string();
     // The identifier goes into the text as it is: one that breaks the
     // predicate makes the search fail to start, which counts as finding nothing.
     const std::string format =
-        "kMDItemCFBundleIdentifier == '" + *bundleId + "' AND kMDItemPath LIKE '?*'";
+        "kMDItemCFBundleIdentifier == '" + bundleId + "' AND kMDItemPath LIKE '?*'";
     auto search = SpotlightEasySearch::create();
     search->setResultBlock([okBlock = std::move(okBlock),
                             applications = locations.systemApplicationsFolder, userApplications](
@@ -223,5 +297,7 @@ void SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
         }
         if (okBlock) okBlock();
     });
-    search->startQuery(format, {locations.systemApplicationsFolder, userApplications});
+    std::vector<std::string> scopes{locations.systemApplicationsFolder};
+    if (!userApplications.empty()) scopes.push_back(userApplications);
+    search->startQuery(format, scopes);
 }

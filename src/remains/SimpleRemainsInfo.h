@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "dispatch/Queue.h"
 #include "environment/PathsGenerator.h"
 #include "messages/PathForRemove.h"
 #include "remains/SimpleSizeCalculation.h"
@@ -58,9 +59,11 @@ public:
     // exactly) and sizes it; anything else is ignored.
     void addBundle(const std::shared_ptr<platform::Bundle>& bundle);
 
-    // Folder joined with the file name and standardised, answered only when it
-    // still lies strictly inside the folder; nullopt for either argument nil,
-    // so an identifier like "../x" cannot reach outside the searched folder.
+    // Folder joined with the file name and standardised, answered only when the
+    // name is exactly one path component (not empty, no "/", not "." or "..",
+    // no NUL) and the result lies strictly inside the folder; nullopt for
+    // either argument nil. So an identifier like "../x" or an executable name
+    // like "Vendor/Browser" cannot reach outside the one entry searched for.
     static std::optional<std::string> createSafeToDeletePathInFolder(
         const std::optional<std::string>& folder, const std::optional<std::string>& fileName);
 
@@ -86,6 +89,9 @@ public:
         std::vector<std::string> launchServicesRoots;
         // Whether the system lists every copy, or names only one.
         bool listsEveryCopy = true;
+        // Where the folders are scanned, away from the main thread; null for
+        // a queue shared by every check.
+        std::shared_ptr<dispatch::Queue> scanQueue;
 
         static InstalledCopyLocations standard();
     };
@@ -93,7 +99,8 @@ public:
     // Calls okBlock once, on the main thread, when no other copy of the
     // application is installed: first the registered copies are checked
     // (those under /Volumes and in the Trash do not count), then a metadata
-    // search of the two Applications folders. Nothing happens for nil.
+    // search of the two Applications folders. Nothing happens for nil. The
+    // folders are read on the scan queue, never on the calling thread.
     static void calculateIsCanShowNotificationForBundleWithID(
         const std::optional<std::string>& bundleId, std::function<void()> okBlock);
     static void calculateIsCanShowNotificationForBundleWithID(
@@ -110,10 +117,15 @@ private:
     void addFileWithSubPath(const std::string& subPath, const std::optional<std::string>& name,
                             const std::string& ext, std::int32_t type);
     void addPath(const std::string& path, PathList& toArr, std::int32_t withType);
+    // Whether a folder entry's name is one of the application's, given its
+    // identifier or executable name.
+    using EntryRule = bool (*)(const std::string& entry, const std::string& prefix);
     void addPathInSubFolder(const std::string& subPath, const std::optional<std::string>& prefix,
-                            const std::string& suffix, PathList& toArr, std::int32_t withType);
+                            EntryRule belongs, PathList& toArr, std::int32_t withType);
     void addSizeOfPath(const std::string& path);
     void updateSize(std::uint64_t size);
+    static void searchForInstalledCopies(const std::string& bundleId, std::function<void()> okBlock,
+                                         const InstalledCopyLocations& locations);
 
     std::weak_ptr<SimpleRemainsInfoListener> m_pListener;
     std::optional<std::string> m_sBundleID;

@@ -14,12 +14,17 @@ class SizeDelegate final : public ObjectProcessorDelegate,
                            public ObjectProcessorWorker,
                            public std::enable_shared_from_this<SizeDelegate> {
 public:
+    explicit SizeDelegate(std::shared_ptr<std::atomic<bool>> abandoned)
+        : m_pAbandoned(std::move(abandoned)) {}
     std::shared_ptr<ObjectProcessorWorker> createWorker() override { return shared_from_this(); }
     void onObjectsProcessorWorkBegin(ObjectsProcessor&) override {}
     void onObjectsProcessorWorkCompleted(ObjectsProcessor&) override {}
     void performWorkForObject(const ProcessorObject& object) override {
-        SimpleSizeCalculation::performWorkForObject(object);
+        SimpleSizeCalculation::performWorkForObject(object, m_pAbandoned.get());
     }
+
+private:
+    std::shared_ptr<std::atomic<bool>> m_pAbandoned;
 };
 
 // A folder with a link count of 2 or more is not entered. On most systems
@@ -43,10 +48,15 @@ SimpleSizeCalculation& SimpleSizeCalculation::GetInstance() {
 
 std::shared_ptr<SimpleSizeCalculation> SimpleSizeCalculation::create() {
     std::shared_ptr<SimpleSizeCalculation> calculation(new SimpleSizeCalculation());
-    calculation->m_pDelegate = std::make_shared<SizeDelegate>();
+    calculation->m_pDelegate = std::make_shared<SizeDelegate>(calculation->m_pAbandoned);
     calculation->m_pProcessor =
         ObjectsProcessor::create(kCountOfWorkers, calculation->m_pDelegate, true);
     return calculation;
+}
+
+SimpleSizeCalculation::~SimpleSizeCalculation() {
+    m_pAbandoned->store(true, std::memory_order_relaxed);
+    // The processor goes next, with the members, and waits for its workers.
 }
 
 void SimpleSizeCalculation::addTask(const std::shared_ptr<SimpleSizeCalculationTask>& task) {
@@ -58,7 +68,8 @@ void SimpleSizeCalculation::cancelAllTasks() {
     m_pProcessor->getController()->stop();
 }
 
-void SimpleSizeCalculation::performWorkForObject(const ProcessorObject& object) {
+void SimpleSizeCalculation::performWorkForObject(const ProcessorObject& object,
+                                                 const std::atomic<bool>* abandoned) {
     const auto* held = std::any_cast<std::shared_ptr<SimpleSizeCalculationTask>>(&object);
     if (held == nullptr || !*held) return;
     std::shared_ptr<SimpleSizeCalculationTask> task = *held;
@@ -68,8 +79,10 @@ void SimpleSizeCalculation::performWorkForObject(const ProcessorObject& object) 
     std::int64_t size = 0;
     // Links are followed here, so a link to a folder is sized as the folder.
     if (platform::fileExistsAtPath(path, &isDirectory)) {
-        size = isDirectory ? fastFolderSizeOfItemWithPath(path) : sizeOfFile(path);
+        size = isDirectory ? fastFolderSizeOfItemWithPath(path, abandoned) : sizeOfFile(path);
     }
+    // A walk cut short knows only part of the size: no one is left to tell.
+    if (abandoned != nullptr && abandoned->load(std::memory_order_relaxed)) return;
     task->setItemSize(static_cast<std::uint64_t>(size));
 
     auto listener = task->listener();
@@ -79,8 +92,12 @@ void SimpleSizeCalculation::performWorkForObject(const ProcessorObject& object) 
     });
 }
 
-std::int64_t SimpleSizeCalculation::fastFolderSizeOfItemWithPath(const std::string& path) {
-    return clampedToSigned(platform::allocatedSizeOfFolderContents(path, &shouldEnterFolder));
+std::int64_t SimpleSizeCalculation::fastFolderSizeOfItemWithPath(
+    const std::string& path, const std::atomic<bool>* abandoned) {
+    platform::FolderWalkLimits limits;
+    limits.abandoned = abandoned;
+    return clampedToSigned(
+        platform::allocatedSizeOfFolderContents(path, &shouldEnterFolder, limits));
 }
 
 std::int64_t SimpleSizeCalculation::sizeOfFile(const std::string& path) {

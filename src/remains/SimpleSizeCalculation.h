@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -31,17 +32,27 @@ public:
     bool isWorking() const { return m_pProcessor->isProcessorWorking(); }
 
     // Sizes a task (anything else is ignored) and posts its answer to the
-    // main queue. The pool's workers call it.
-    static void performWorkForObject(const ProcessorObject& object);
+    // main queue. The pool's workers call it. Once `abandoned` is set the
+    // walk stops at its next folder and the task answers no one.
+    static void performWorkForObject(const ProcessorObject& object,
+                                     const std::atomic<bool>* abandoned = nullptr);
 
-    // Allocated bytes of everything below the folder that is not a folder.
-    static std::int64_t fastFolderSizeOfItemWithPath(const std::string& path);
+    // Allocated bytes of everything below the folder that is not a folder,
+    // on the folder's own file system.
+    static std::int64_t fastFolderSizeOfItemWithPath(const std::string& path,
+                                                     const std::atomic<bool>* abandoned = nullptr);
     // Allocated bytes of the entry itself; 0 when it cannot be examined.
     static std::int64_t sizeOfFile(const std::string& path);
+
+    // Walks still running are abandoned, so that the pool's shutdown (and the
+    // process's exit, for the shared calculator) waits for no more than one
+    // folder of each.
+    ~SimpleSizeCalculation();
 
 private:
     SimpleSizeCalculation() = default;
 
+    std::shared_ptr<std::atomic<bool>> m_pAbandoned = std::make_shared<std::atomic<bool>>(false);
     std::shared_ptr<ObjectProcessorDelegate> m_pDelegate;
     std::shared_ptr<ObjectsProcessor> m_pProcessor;
 };

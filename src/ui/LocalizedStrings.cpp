@@ -182,6 +182,11 @@ std::vector<std::string> LocalizedStrings::localizationCandidates(const std::str
     return candidates;
 }
 
+const std::string& LocalizedStrings::localeName() const {
+    return m_arrTables.empty() ? m_defaultFormatter.localeName()
+                               : m_arrTables.front().formatter.localeName();
+}
+
 const LocalizedStrings::Table* LocalizedStrings::tableForKey(const std::string& key) const {
     for (const Table& table : m_arrTables) {
         if (table.plurals.count(key) || table.strings.count(key)) return &table;

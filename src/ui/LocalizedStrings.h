@@ -54,6 +54,9 @@ public:
 
     // The chosen localisation ("de", "pt-BR"); empty when there is none.
     const std::string& localization() const { return m_sLocalization; }
+    // The ICU locale the chosen localisation writes numbers in ("de",
+    // "de_AT", "pt_BR", "zh_Hans"); "en" when there is none.
+    const std::string& localeName() const;
 
     // The key's text (for a .stringsdict key, its format), or defaultValue.
     std::string localizedStringForKey(const std::string& key,

@@ -7,7 +7,7 @@
 
 std::shared_ptr<DirectoryWatcher> DirectoryWatcher::create(const std::string& path) {
     auto watcher = std::make_shared<DirectoryWatcher>(Private{}, path);
-    watcher->m_pPathTree = FileItem::createTreeForPath(path, 1);
+    watcher->m_pPathTree = FileItem::createTreeForWatchedFolder(path, 1);
     // Listening only after the first load keeps what is already there unreported.
     if (watcher->m_pPathTree) watcher->m_pPathTree->setListener(watcher);
     watcher->m_bIsWatching = watcher->startWatching();

@@ -1,11 +1,9 @@
 #include "watching/FileItem.h"
 
-#include <dirent.h>
-
-#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "platform/DirectoryLister.h"
 #include "platform/FileResources.h"
 #include "platform/PathUtils.h"
 #include "watching/FileItemData.h"
@@ -13,21 +11,6 @@
 #include "watching/SystemSkipList.h"
 
 namespace {
-
-// The folder's entry names in the order the file system gives them, hidden
-// ones included; nullopt when the folder cannot be read.
-std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string& path) {
-    DIR* folder = ::opendir(path.c_str());
-    if (folder == nullptr) return std::nullopt;
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(folder)) {
-        const std::string_view name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        names.emplace_back(name);
-    }
-    ::closedir(folder);
-    return names;
-}
 
 std::int32_t childDeep(std::int32_t deep) {
     return deep > 0 ? deep - 1 : deep;
@@ -42,6 +25,14 @@ std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path) {
 std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path,
                                                       std::int32_t withDeep) {
     auto item = std::make_shared<FileItem>();
+    item->loadInfoUsingPath(path, withDeep);
+    return item->isExist() ? item : nullptr;
+}
+
+std::shared_ptr<FileItem> FileItem::createTreeForWatchedFolder(const std::string& path,
+                                                               std::int32_t withDeep) {
+    auto item = std::make_shared<FileItem>();
+    item->m_bIsWatchedFolder = true;
     item->loadInfoUsingPath(path, withDeep);
     return item->isExist() ? item : nullptr;
 }
@@ -89,6 +80,11 @@ void FileItem::loadStandartInfoForPath(const std::string& path, std::int32_t wit
 
 void FileItem::takeMoreCatalogInfoWithPath(const std::string& path) {
     const auto values = platform::resourceValuesForPath(path);
+    if (m_bIsWatchedFolder) {
+        // The existence test followed a link at the path; its answer stands.
+        m_bIsSymLink = values && values->isSymbolicLink;
+        return;
+    }
     if (!values) return;
     m_bIsDir = values->isDirectory;
     m_bIsSymLink = values->isSymbolicLink;
@@ -102,10 +98,10 @@ void FileItem::takeMoreCatalogInfoWithPath(const std::string& path) {
 void FileItem::loadChildrenUsingPath(const std::string& path, std::int32_t withDeep) {
     if (!m_bIsDir || withDeep == 0 || m_bIsPackage) return;
     m_arrChildren.emplace();
-    const auto names = contentsOfDirectoryAtPath(path);
-    if (!names) return;
+    const auto listing = platform::DirectoryLister::contentsOfDirectoryAtPath(path);
+    m_bIsChildrenListIncomplete = !listing.isComplete();
     const auto self = shared_from_this();
-    for (const std::string& name : *names) {
+    for (const std::string& name : listing.names) {
         createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name),
                           childDeep(withDeep), self, name);
     }
@@ -138,13 +134,15 @@ void FileItem::notifyThatRemovedChildWithName(const std::string& name) {
 void FileItem::updateContentOfDir() {
     if (!m_bIsDir) return;
     const std::string path = buildFullPath();
-    const auto names = contentsOfDirectoryAtPath(path);
-    if (!names) return;
+    // Only a whole listing can say what vanished: a read that failed part-way
+    // would drop kept entries and bring them back later as new.
+    const auto listing = platform::DirectoryLister::contentsOfDirectoryAtPath(path);
+    if (!listing.isComplete()) return;
 
     if (!m_arrChildren) m_arrChildren.emplace();
     Children kept;
     std::vector<std::string> added;
-    for (const std::string& name : *names) {
+    for (const std::string& name : listing.names) {
         auto found = m_arrChildren->find(name);
         if (found != m_arrChildren->end()) {
             kept.insert(m_arrChildren->extract(found));
@@ -160,6 +158,20 @@ void FileItem::updateContentOfDir() {
     for (const std::string& name : vanished) notifyThatRemovedChildWithName(name);
     m_arrChildren = std::move(kept);
 
+    // After a first load that could not read everything, the names it missed
+    // were already there: they join quietly, as at that load, instead of
+    // being announced as new.
+    if (m_bIsChildrenListIncomplete) {
+        m_bIsChildrenListIncomplete = false;
+        const auto listener = std::exchange(m_pListener, {});
+        const auto self = shared_from_this();
+        for (const std::string& name : added) {
+            createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name),
+                              childDeep(m_nDeep), self, name);
+        }
+        m_pListener = listener;
+        return;
+    }
     // New entries load with this node's own depth, not one less.
     const auto self = shared_from_this();
     for (const std::string& name : added) {

@@ -46,6 +46,12 @@ public:
                                                        const std::shared_ptr<FileItem>& withParent,
                                                        const std::string& withName);
 
+    // The root of a watched folder. The folder is what the path leads to: a
+    // link there is followed, and the folder is never taken for a package,
+    // whatever it holds, so its entries are always loaded and compared.
+    static std::shared_ptr<FileItem> createTreeForWatchedFolder(const std::string& path,
+                                                                std::int32_t withDeep);
+
     // Loading. The root form keeps the depth and the full path and clears the
     // listener; the child form makes the parent the listener and keeps no depth.
     void loadInfoUsingPath(const std::string& path, std::int32_t withDeep);
@@ -63,7 +69,9 @@ public:
     void removeChild(const std::shared_ptr<FileItem>& item);
     void notifyThatRemovedChildWithName(const std::string& name);
     // Re-reads the folder: announces every vanished child (and drops it), then
-    // loads and announces every new entry, in listing order.
+    // loads and announces every new entry, in listing order. Nothing changes
+    // unless the whole folder could be read; entries that a first load could
+    // not read join without being announced.
     void updateContentOfDir();
 
     // Null when the children were never loaded.
@@ -104,4 +112,7 @@ private:
     bool m_bIsSymLink = false;
     bool m_bIsExist = false;
     bool m_bIsPackage = false;
+    bool m_bIsWatchedFolder = false;
+    // The last load of the children could not read the whole folder.
+    bool m_bIsChildrenListIncomplete = false;
 };

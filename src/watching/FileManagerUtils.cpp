@@ -104,7 +104,8 @@ std::string getTrashPath() {
     std::string dataHome;
     if (const char* value = std::getenv("XDG_DATA_HOME"); value != nullptr && value[0] == '/') {
         dataHome = value;
-    } else if (const std::string home = platform::homeFromPasswordDatabase(); !home.empty()) {
+    } else if (const std::string home = platform::homeFromPasswordDatabase();
+               platform::isUsableHomeDirectory(home)) {
         dataHome = PathUtils::stringByAppendingPathComponent(home, ".local/share");
     }
     // A failed lookup is not kept: the next call tries again.

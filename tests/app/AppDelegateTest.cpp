@@ -1,8 +1,10 @@
-#include "app/AppDelegate.h"
-
 #include <gtest/gtest.h>
 
+#include <future>
+
+#include "app/AppDelegate.h"
 #include "dispatch/ManualMainQueue.h"
+#include "dispatch/SerialQueue.h"
 #include "messages/FileMessage.h"
 #include "platform/Bundle.h"
 #include "platform/FileResources.h"
@@ -30,6 +32,7 @@ protected:
         environment.createNotificationPresenter = [this] { return m_presenter; };
         environment.trashDirectory = m_home / ".Trash";
         environment.ownBundlePath = [this] { return m_ownBundle; };
+        environment.commandFileQueue = m_commandFiles;
         delegate = std::make_shared<AppDelegate>(std::move(environment));
         delegate->applicationDidFinishLaunching();
         m_messages.messageFolder = m_home / "messages";
@@ -38,11 +41,19 @@ protected:
     // Arrival of an application bundle at a path relative to the home folder.
     std::vector<std::string> arrive(const std::string& relative) {
         const std::string plist =
-            "<plist><dict><key>CFBundleIdentifier</key><string>com.example.x</string></dict></plist>";
+            "<plist><dict><key>CFBundleIdentifier</key><string>com.example.x</string></dict></"
+            "plist>";
         m_home.writeFile(relative + "/Contents/Info.plist", plist);
         m_presenter->shown.clear();
         delegate->onAppMovedToTrash(platform::Bundle::bundleWithPath(m_home / relative));
         return m_presenter->shown;
+    }
+
+    // Opens command files and waits until their commands are applied.
+    void open(const std::vector<std::string>& paths) {
+        delegate->openFiles(paths);
+        m_commandFiles->sync([] {});
+        m_queue->runUntilIdle();
     }
 
     std::string exclude(const std::vector<std::string>& paths) {
@@ -59,7 +70,10 @@ protected:
         return out;
     }
 
-    std::shared_ptr<dispatch::ManualMainQueue> m_queue = std::make_shared<dispatch::ManualMainQueue>();
+    std::shared_ptr<dispatch::SerialQueue> m_commandFiles =
+        std::make_shared<dispatch::SerialQueue>("test-command-files");
+    std::shared_ptr<dispatch::ManualMainQueue> m_queue =
+        std::make_shared<dispatch::ManualMainQueue>();
     dispatch::ScopedMainQueue m_scope;
     TempDir m_home;
     MessageEnvironment m_messages;
@@ -69,16 +83,14 @@ protected:
 };
 
 TEST_F(AppDelegateTest, ExclusionsArePrefixesOfTheNameInsideTheTrash) {
-    delegate->openFiles({exclude({"/Applications/Foo.app", ""}), exclude({})});
+    open({exclude({"/Applications/Foo.app", ""}), exclude({})});
     ASSERT_EQ(prefixes(), (std::vector<std::string>{"Foo", ""}));
 
     const std::vector<std::pair<std::string, bool>> arrivals = {
-        {".Trash/Foo.app", false},
-        {".Trash/Foo Bar.app", false},
-        {".Trash/Foobar.app", false},
-        {".Trash/foo.app", true},             // case matters
-        {".Trash/Folder/Foo.app", true},      // the prefix is tested on "Folder/Foo.app"
-        {"Volume/.Trashes/Foo.app", true},    // another Trash is never excluded
+        {".Trash/Foo.app", false},         {".Trash/Foo Bar.app", false},
+        {".Trash/Foobar.app", false},      {".Trash/foo.app", true},  // case matters
+        {".Trash/Folder/Foo.app", true},    // the prefix is tested on "Folder/Foo.app"
+        {"Volume/.Trashes/Foo.app", true},  // another Trash is never excluded
         {".Trash/Other.app", true},
     };
     for (const auto& [relative, notified] : arrivals) {
@@ -97,23 +109,24 @@ TEST_F(AppDelegateTest, CommandFilesAreTakenByExactExtensionAndAlwaysConsumed) {
     const std::string unreadable = m_home.writeFile("y.msgforswhelp", "not an archive");
     EXPECT_TRUE(delegate->openFile(shouting));
     EXPECT_TRUE(delegate->openFile(unreadable));
+    open({});
     EXPECT_TRUE(platform::fileExistsAtPath(shouting));
     EXPECT_FALSE(platform::fileExistsAtPath(unreadable));
 
     const std::string command = exclude({"/Applications/Foo.app"});
-    delegate->openFiles({command, command});  // the second finds nothing left
+    open({command, command});  // the second finds nothing left
     EXPECT_FALSE(platform::fileExistsAtPath(command));
     EXPECT_EQ(prefixes(), std::vector<std::string>{"Foo"});
 }
 
 TEST_F(AppDelegateTest, ClearRemovesOnlyWhatExistedWhenItArrivedAndOnlyFiveSecondsLater) {
-    delegate->openFile(exclude({"/A.app", "/B.app"}));
-    delegate->openFile(clear());
+    open({exclude({"/A.app", "/B.app"})});
+    open({clear()});
     m_queue->advance(2s);
-    delegate->openFile(exclude({"/C.app"}));
-    delegate->openFile(clear());
+    open({exclude({"/C.app"})});
+    open({clear()});
     m_queue->advance(2s);
-    delegate->openFile(exclude({"/D.app"}));
+    open({exclude({"/D.app"})});
 
     // The first clear is due at 5 s: until then arrivals are still silenced.
     m_queue->advance(999ms);
@@ -127,12 +140,61 @@ TEST_F(AppDelegateTest, ClearRemovesOnlyWhatExistedWhenItArrivedAndOnlyFiveSecon
 
     // A clear of nothing spares what arrives after it, duplicates included.
     m_queue->advance(10s);
-    delegate->openFile(clear());
+    open({clear()});
     m_queue->advance(10s);
-    delegate->openFile(clear());
-    delegate->openFile(exclude({"/E.app", "/E.app"}));
+    open({clear()});
+    open({exclude({"/E.app", "/E.app"})});
     m_queue->advance(10s);
     EXPECT_EQ(prefixes(), (std::vector<std::string>{"E", "E"}));
+}
+
+// Reading is the command-file queue's work, so the window never waits on a
+// file; files that arrive together are applied in their order all the same.
+TEST_F(AppDelegateTest, CommandFilesAreReadOffTheMainThreadAndAppliedInArrivalOrder) {
+    std::vector<std::string> files, expected;
+    for (int i = 0; i < 20; ++i) {
+        files.push_back(exclude({"/" + std::to_string(i) + ".app"}));
+        expected.push_back(std::to_string(i));
+        if (i == 9) files.push_back(clear());  // takes 0 to 9 only, 5 s after it arrived
+    }
+    std::promise<void> release;
+    m_commandFiles->async([gate = release.get_future().share()] { gate.wait(); });
+    delegate->openFiles(files);
+    m_queue->runUntilIdle();
+    EXPECT_TRUE(platform::fileExistsAtPath(files.front()));  // not read on this thread
+    EXPECT_TRUE(prefixes().empty());
+
+    m_queue->advance(4s);  // the read is late, the clear still counts from the arrival
+    release.set_value();
+    m_commandFiles->sync([] {});
+    m_queue->runUntilIdle();
+    for (const auto& file : files) EXPECT_FALSE(platform::fileExistsAtPath(file)) << file;
+    EXPECT_EQ(prefixes(), expected);
+    m_queue->advance(1s);
+    EXPECT_EQ(prefixes(), std::vector<std::string>(expected.begin() + 10, expected.end()));
+}
+
+// The window's controller comes first, then the update restarter, and only
+// then the Trash watcher: an update under way is noticed before any
+// application in the Trash is.
+TEST(AppDelegateLaunch, StartsTheUpdateRestarterBeforeWatchingTheTrash) {
+    dispatch::ScopedMainQueue scope(std::make_shared<dispatch::ManualMainQueue>());
+    TempDir home;
+    std::vector<std::string> steps;
+    std::shared_ptr<AppDelegate> delegate;
+    AppDelegate::Environment environment;
+    environment.trashDirectory = home.makeDir(".Trash");
+    environment.createNotificationPresenter = [&] {
+        steps.push_back("presenter");
+        return std::make_shared<RecordingPresenter>();
+    };
+    environment.startUpdateRestarter = [&] {
+        steps.push_back(delegate->trashWatcher() ? "restarter after the watcher" : "restarter");
+    };
+    delegate = std::make_shared<AppDelegate>(std::move(environment));
+    delegate->applicationDidFinishLaunching();
+    EXPECT_EQ(steps, (std::vector<std::string>{"presenter", "restarter"}));
+    EXPECT_TRUE(delegate->trashWatcher());
 }
 
 }  // namespace

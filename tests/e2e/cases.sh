@@ -12,6 +12,8 @@ cases=(
   deleting_the_bundle_ends_the_agent
   second_start_forwards_to_the_agent
   hostile_command_files
+  hostile_names_list_only_their_own
+  name_not_utf8_leaves_the_rest_of_the_list
 )
 
 fail() {
@@ -264,4 +266,41 @@ case_hostile_command_files() {
   expect_window "after the flood"
   accept
   expect_listed "$HOME/.Trash/After Flood.app"
+}
+
+# An Info.plist anyone could have written names another application's folder
+# as its executable and an identifier that only starts a name.
+case_hostile_names_list_only_their_own() {
+  start_session
+  blob "$HOME/Library/Application Support/Vendor/Browser/profile.db" 200
+  blob "$HOME/Library/LaunchAgents/com.example.backup.plist" 4
+  blob "$HOME/Library/Application Support/CrashReporter/Vendor_host.plist" 4
+  make_app "$HOME/Downloads" Hostile "com."
+  mkdir -p "$HOME/Downloads/Hostile.app/Contents/MacOS/Vendor"
+  mv "$HOME/Downloads/Hostile.app/Contents/MacOS/Hostile" "$HOME/Downloads/Hostile.app/Contents/MacOS/Vendor/Browser"
+  sed -i 's|<key>CFBundleExecutable</key><string>Hostile</string>|<key>CFBundleExecutable</key><string>Vendor/Browser</string>|' \
+    "$HOME/Downloads/Hostile.app/Contents/Info.plist"
+  grep -q 'Vendor/Browser' "$HOME/Downloads/Hostile.app/Contents/Info.plist" || fail "could not write the Info.plist"
+  trash Hostile
+  expect_window "for the trashed application itself"
+  accept
+  expect_listed "$HOME/.Trash/Hostile.app"
+  expect_unlisted "Vendor" "com.example.backup"
+  [ "$(grep -c "$HOME/Library" "$received")" -eq 0 ] || fail "something in Library was listed: $(grep "$HOME/Library" "$received")"
+}
+
+# A file name may hold any byte; JSON carries only UTF-8. The one leftover that
+# cannot be written is left out, and the rest of the list still arrives.
+case_name_not_utf8_leaves_the_rest_of_the_list() {
+  start_session
+  app "Odd Agent" com.example.OddAgent
+  local agents=$HOME/Library/LaunchAgents
+  blob "$agents/com.example.OddAgent.plist" 1
+  blob "$agents/com.example.OddAgent."$'\xff'".plist" 1
+  trash "Odd Agent"
+  expect_window "for an application with a leftover whose name is not UTF-8"
+  accept
+  expect_listed "$HOME/.Trash/Odd Agent.app" "$HOME/Library/Caches/com.example.OddAgent" \
+    "$HOME/Library/Preferences/com.example.OddAgent.plist" "$agents/com.example.OddAgent.plist"
+  [ "$(wc -l <"$received")" -eq 4 ] || fail "$(wc -l <"$received") entries instead of 4"
 }

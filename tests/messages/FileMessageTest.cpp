@@ -100,6 +100,33 @@ TEST(FileMessage, FilesAreWrittenToTheSharedFolderAndConsumedWhenLoaded) {
     EXPECT_EQ(received(ArchivedObject(Dictionary{}))->saveToFile(), std::nullopt);
 }
 
+// The folder is open to whoever can write to it: a name there may be a link
+// to someone else's command, or a command far larger than any honest one.
+// Neither is read, and both are consumed.
+TEST(FileMessage, LoadsNoLinkAndNoFileLargerThanACommand) {
+    testsupport::TempDir dir;
+    const auto environment = testEnvironment(dir);
+    const auto small = *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+                            std::vector<std::string>{"/Applications/A.app"}, environment)
+                            ->saveToFile();
+    const std::string target = dir / "elsewhere.msgforswhelp";
+    ASSERT_EQ(::rename(small.c_str(), target.c_str()), 0);
+    const std::string link = dir.makeSymlink("shared/link.msgforswhelp", target);
+    EXPECT_EQ(FileMessage::loadFromFile(link), nullptr);
+    EXPECT_NE(::access(link.c_str(), F_OK), 0);
+    EXPECT_EQ(::access(target.c_str(), F_OK), 0);
+
+    // Distinct paths, so that the archive cannot share one string.
+    std::vector<std::string> paths;
+    for (std::size_t total = 0; total <= FileMessage::kMaxFileSize; total += 1000) {
+        paths.push_back("/" + std::to_string(paths.size()) + std::string(1000, 'x'));
+    }
+    const auto large =
+        *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths, environment)->saveToFile();
+    EXPECT_EQ(FileMessage::loadFromFile(large), nullptr);
+    EXPECT_NE(::access(large.c_str(), F_OK), 0);
+}
+
 TEST(FileMessage, ReachesOnlyARunningHelper) {
     testsupport::TempDir dir;
     const auto environment = testEnvironment(dir);

@@ -1,10 +1,18 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <functional>
+#include <iterator>
 
 #include "messages/KeyedArchive.h"
 #include "platform/PropertyList.h"
+#include "support/BinaryPlist.h"
+#include "support/ExpandingPropertyLists.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -23,55 +31,7 @@ ArchivedObject instance(const std::string& name, Fields fields,
     return ArchivedObject(ArchivedObject::Instance{name, chain, std::move(fields)});
 }
 
-// A binary property list put together byte by byte as the platform's writer
-// lays it out: objects, a table of 2-byte offsets, the trailer; references
-// are one byte.
-class BinaryPlist {
-public:
-    std::uint8_t add(std::string bytes) {
-        m_arrObjects.push_back(std::move(bytes));
-        return static_cast<std::uint8_t>(m_arrObjects.size() - 1);
-    }
-    std::uint8_t ascii(const std::string& text) { return add(marker(0x50, text.size()) + text); }
-    std::uint8_t utf16(const std::u16string& text) {  // big-endian units
-        std::string bytes = marker(0x60, text.size());
-        for (char16_t unit : text) bytes += bigEndian(unit, 2);
-        return add(bytes);
-    }
-    std::uint8_t integer(std::uint32_t value) { return add("\x12" + bigEndian(value, 4)); }
-    std::uint8_t uid(std::uint8_t value) { return add(std::string("\x80") + char(value)); }
-    std::uint8_t array(const std::vector<std::uint8_t>& refs) {
-        return add(marker(0xA0, refs.size()) + std::string(refs.begin(), refs.end()));
-    }
-    std::uint8_t dict(const std::vector<std::pair<std::uint8_t, std::uint8_t>>& entries) {
-        std::string keys, values;
-        for (auto [key, value] : entries) keys += char(key), values += char(value);
-        return add(marker(0xD0, entries.size()) + keys + values);
-    }
-    std::vector<std::uint8_t> build(std::uint8_t root) const {
-        std::string bytes = "bplist00", offsets;
-        for (const std::string& object : m_arrObjects) {
-            offsets += bigEndian(bytes.size(), 2);
-            bytes += object;
-        }
-        const std::size_t table = bytes.size();
-        bytes += offsets + std::string(6, '\0') + "\x02\x01" + bigEndian(m_arrObjects.size(), 8) +
-                 bigEndian(root, 8) + bigEndian(table, 8);
-        return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
-    }
-
-private:
-    static std::string bigEndian(std::uint64_t value, int width) {
-        std::string bytes;
-        for (int i = width - 1; i >= 0; --i) bytes += static_cast<char>((value >> (8 * i)) & 0xFF);
-        return bytes;
-    }
-    static std::string marker(std::uint8_t type, std::size_t count) {
-        if (count < 15) return std::string(1, static_cast<char>(type | count));
-        return std::string(1, static_cast<char>(type | 0x0F)) + "\x10" + char(count);
-    }
-    std::vector<std::string> m_arrObjects;
-};
+using testsupport::BinaryPlist;
 
 // What the platform's archiver writes for a command body made of mutable
 // objects, one path stored as UTF-16.
@@ -292,6 +252,110 @@ TEST(KeyedArchive, ReadsArchivesMadeByThePlatform) {
                   expected)
             << file;
     }
+}
+
+// The growth of the peak memory of a child process while it runs `work`,
+// and whether `work` answered true; nullopt if the child did not finish
+// (it is stopped after 10 s, far beyond what refusing a document takes).
+struct ChildRun {
+    std::size_t peakGrowth = 0;
+    bool answer = false;
+};
+std::optional<ChildRun> runInChild(const std::function<bool()>& work) {
+    int channel[2];
+    if (::pipe(channel) != 0) return std::nullopt;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(channel[0]);
+        ::alarm(10);
+        auto kilobytes = [](const char* field) {
+            std::ifstream status("/proc/self/status");
+            std::string line;
+            while (std::getline(status, line)) {
+                if (line.rfind(field, 0) == 0) return std::stoull(line.substr(std::strlen(field)));
+            }
+            return 0ull;
+        };
+        // Start the peak afresh from what the child has now.
+        std::ofstream("/proc/self/clear_refs") << "5";
+        const unsigned long long before = kilobytes("VmRSS:");
+        const bool answer = work();
+        const unsigned long long report[2] = {(kilobytes("VmHWM:") - before) * 1024, answer};
+        (void)!::write(channel[1], report, sizeof report);
+        ::_exit(0);
+    }
+    ::close(channel[1]);
+    unsigned long long report[2] = {};
+    const bool complete = ::read(channel[0], report, sizeof report) == sizeof report;
+    ::close(channel[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (!complete || !WIFEXITED(status)) return std::nullopt;
+    return ChildRun{static_cast<std::size_t>(report[0]), report[1] != 0};
+}
+
+// A few hundred kilobytes that refer 200,000 times to one 256 KiB string
+// read as nothing, without building what they describe; the same shapes at
+// an honest size read in full.
+TEST(KeyedArchive, ExpandingListsReadAsNothingInBoundedMemory) {
+    namespace expanding = testsupport::expanding;
+    using Bytes = std::vector<std::uint8_t>;
+    auto plist = [](const Bytes& bytes) { return PropertyList::parse(bytes.data(), bytes.size()); };
+    auto archive = [](const Bytes& bytes) { return KeyedArchive::unarchiveObjectWithData(bytes); };
+    const struct {
+        const char* shape;
+        Bytes (*make)(expanding::Size);
+        std::function<bool(const Bytes&)> reads;
+    } cases[] = {
+        {"plain array", expanding::plainArray,
+         [&](const Bytes& b) {
+             const auto list = plist(b);
+             return list && list->asArray()->size() == 1000;
+         }},
+        {"Info.plist", expanding::infoPlist,
+         [&](const Bytes& b) {
+             const auto info = plist(b);
+             const PlistValue* types = info ? info->objectForKey("CFBundleDocumentTypes") : nullptr;
+             return types && types->asArray()->size() == 1000;
+         }},
+        {"command archive", expanding::commandArchive,
+         [&](const Bytes& b) {
+             const auto body = archive(b);
+             const ArchivedObject* paths = body ? body->objectForKey("paths") : nullptr;
+             return paths && paths->asArray()->size() == 1000;
+         }},
+    };
+    [[maybe_unused]] constexpr std::size_t kMegabyte = 1 << 20;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shape);
+        EXPECT_TRUE(c.reads(c.make({1000, 1024})));
+        const Bytes bomb = c.make({});
+        EXPECT_LT(bomb.size(), 500'000u);
+        const auto run = runInChild([&] { return plist(bomb).has_value() && archive(bomb); });
+        ASSERT_TRUE(run) << "the reader did not come back";
+        EXPECT_FALSE(run->answer);
+#ifndef __SANITIZE_ADDRESS__  // its allocator's redzones and quarantine are not ours
+        EXPECT_LT(run->peakGrowth, 64 * kMegabyte);
+#endif
+    }
+}
+
+// A command file found by fuzzing: read, written, read and written again, it
+// came out different because the writer's sharing depended on addresses.
+TEST(KeyedArchive, WritesAgainExactlyWhatItRead) {
+    const char* fixtures = std::getenv("SWEEPWELL_FIXTURES");
+    std::ifstream file(
+        std::string(fixtures ? fixtures : "") + "/found/command-file-round-trip.bplist",
+        std::ios::binary);
+    if (!fixtures || !file) GTEST_SKIP() << "no fixtures (SWEEPWELL_FIXTURES)";
+    const std::vector<std::uint8_t> found((std::istreambuf_iterator<char>(file)), {});
+    const auto body = KeyedArchive::unarchiveObjectWithData(found);
+    ASSERT_TRUE(body);
+    const auto bytes = KeyedArchive::archivedDataWithRootObject(*body);
+    const auto again = KeyedArchive::unarchiveObjectWithData(bytes);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(*again, *body);
+    EXPECT_EQ(KeyedArchive::archivedDataWithRootObject(*again), bytes);
 }
 
 }  // namespace

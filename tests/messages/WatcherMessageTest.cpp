@@ -136,9 +136,36 @@ TEST(WatcherMessage, EmptyListIsWrittenButNotAcceptedBack) {
     EXPECT_EQ(testsupport::readFile(*path), kHeader + R"({"items":[]})");
     EXPECT_FALSE(message.loadFromPath(*path));
     EXPECT_TRUE(exists(*path));
-    // Text that is not UTF-8 cannot be written as JSON.
-    message.setPathsForRemove({std::make_shared<PathForRemove>("/bad\xFF", 1, "b")});
-    EXPECT_EQ(message.saveForTransmit(dir.path()), std::nullopt);
+}
+
+// A file name may hold any byte; JSON carries only UTF-8. The entries that
+// cannot be written are left out and the rest still reach the reader.
+TEST(WatcherMessage, EntriesThatAreNotUtf8AreSkippedAndTheRestWritten) {
+    testsupport::TempDir dir;
+    const auto entry = [](const std::string& path, const std::string& bundleId) {
+        return std::make_shared<PathForRemove>(path, 1, bundleId);
+    };
+    const auto good = entry("/Users/u/Library/Caches/a", "a");
+    const auto alsoGood = entry("/Users/u/Library/\u00c9t\u00e9", "a");
+    const std::vector<std::shared_ptr<PathForRemove>> entries = {
+        entry("/Users/u/Library/LaunchAgents/a.\xFF.plist", "a"),
+        good,
+        entry("/Users/u/Library/Caches/\xED\xA0\x80", "a"),  // an encoded surrogate
+        entry("/Users/u/Library/Caches/b", "b\xC3"),
+        alsoGood,
+        entry("/Users/u/Library/Caches/\xC0\xAF", "a"),  // an overlong "/"
+    };
+    WatcherMessage written;
+    written.setPathsForRemove(entries);
+    const auto path = written.saveForTransmit(dir.path());
+    ASSERT_TRUE(path.has_value());
+    WatcherMessage read;
+    ASSERT_TRUE(read.loadFromPath(*path));
+    EXPECT_EQ(describe(read.getPathsForRemove()), describe({good, alsoGood}));
+
+    // Nothing writable left: the file is still written, with an empty list.
+    written.setPathsForRemove({entries[0]});
+    EXPECT_EQ(written.messageText(), kHeader + R"({"items":[]})");
 }
 
 TEST(PathForRemove, RemovedByUserOnlyWhenNothingIsThere) {

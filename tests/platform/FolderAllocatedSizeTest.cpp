@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/FolderAllocatedSize.h"
+#include "support/Isolated.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -18,6 +21,16 @@ bool always(std::uint64_t) {
 }
 bool never(std::uint64_t) {
     return false;
+}
+
+// A rule that enters every folder, counts how often it is asked and tells the
+// walk to stop as soon as it has been asked once.
+std::atomic<int> g_asked{0};
+std::atomic<bool> g_stop{false};
+bool askedThenStop(std::uint64_t) {
+    ++g_asked;
+    g_stop = true;
+    return true;
 }
 
 std::uint64_t blocksOf(const fs::path& path) {
@@ -167,6 +180,76 @@ TEST_F(FolderAllocatedSize, UnreadableFoldersAreSkipped) {
         EXPECT_EQ(size, oracle(root) - blocksOf(root + "/locked/inside") -
                             blocksOf(root + "/no-search/inside"));
     }
+}
+
+TEST_F(FolderAllocatedSize, RootsHoldingTheHomeAreNotWalked) {
+    const std::string home = m_dir.makeDir("outer/home");
+    writeBytes(home + "/Library/Caches/x/data", 30000);
+    writeBytes(m_dir / "outer/file", 30000);
+    const struct {
+        std::string root;
+        bool walked;
+    } cases[] = {
+        {m_dir.makeSymlink("to-root", "/"), false},
+        {"/", false},
+        {m_dir.makeSymlink("to-outer", m_dir / "outer"), false},
+        {m_dir / "outer", false},
+        {m_dir.makeSymlink("to-home", home), false},
+        {m_dir.makeSymlink("to-home-by-dots", home + "/Library/.."), false},
+        {m_dir.makeSymlink("to-library", home + "/Library"), true},
+        {home + "/Library/Caches", true},
+    };
+    for (const auto& c : cases) {
+        g_asked = 0;
+        g_stop = false;
+        // Stopped at its first folder, a walk that should not happen stays short.
+        const auto size = allocatedSizeOfFolderContents(c.root, &askedThenStop, {&g_stop, home});
+        EXPECT_EQ(g_asked > 0, c.walked) << c.root;
+        if (c.walked) {
+            EXPECT_EQ(allocatedSizeOfFolderContents(c.root, &always, {nullptr, home}),
+                      oracle(c.root))
+                << c.root;
+        } else {
+            EXPECT_EQ(size, 0u) << c.root;
+        }
+    }
+}
+
+TEST_F(FolderAllocatedSize, AnAbandonedWalkEndsAtItsNextFolder) {
+    const std::string root = m_dir.makeDir("chain");
+    writeBytes(root + "/top", 5000);
+    std::string level = root;
+    for (int depth = 0; depth < 20; ++depth) {
+        level += "/d";
+        writeBytes(level + "/file", 5000);
+    }
+    g_asked = 0;
+    g_stop = false;
+    const auto size = allocatedSizeOfFolderContents(root, &askedThenStop, {&g_stop, ""});
+    EXPECT_EQ(g_asked, 1);
+    EXPECT_EQ(size, blocksOf(root + "/top"));
+    EXPECT_GT(oracle(root), size);
+}
+
+TEST_F(FolderAllocatedSize, StaysOnTheFileSystemOfItsRoot) {
+    const std::string root = makeTree();
+    const std::uint64_t own = oracle(root);
+    const std::string mounted = m_dir.makeDir("tree/a/mounted");
+    const auto problem = testsupport::runIsolated([&]() -> std::string {
+        if (::mount("walktest", mounted.c_str(), "tmpfs", 0, "size=4m") != 0) return "no tmpfs";
+        writeBytes(mounted + "/inside", 200000);
+        writeBytes(mounted + "/deeper/inside", 200000);
+        if (oracle(root) <= own) return "nothing was mounted";
+        const auto size = allocatedSizeOfFolderContents(root, &always);
+        if (size != own)
+            return "walked " + std::to_string(size) + ", expected " + std::to_string(own);
+        // Sized on its own, the mounted folder is its own file system's root.
+        if (allocatedSizeOfFolderContents(mounted, &always) != oracle(mounted))
+            return "mount not sized";
+        return "";
+    });
+    if (!problem) GTEST_SKIP() << "no mount namespace for a child";
+    EXPECT_EQ(*problem, "");
 }
 
 }  // namespace

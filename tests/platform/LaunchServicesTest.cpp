@@ -1,7 +1,12 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
 
 #include "platform/LaunchServices.h"
 #include "platform/SampleApplication.h"
+#include "platform/UserDefaults.h"
+#include "support/Isolated.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -48,6 +53,51 @@ TEST(LaunchServices, ApplicationFoldersStartWithTheSystemFolder) {
     for (std::size_t i = 1; i < folders.size(); ++i) {
         EXPECT_EQ(folders[i].rfind("/Applications"), folders[i].size() - 13) << folders[i];
     }
+}
+
+TEST(LaunchServices, EachRootHasItsOwnBudget) {
+    testsupport::TempDir dir;
+    const std::string crowded = dir.makeDir("Crowded");
+    const std::string copy =
+        SampleApplication::make(dir, "Mine/App.app", "com.example.Copy").bundlePath;
+    // Made on a memory file system, where so many files cost little.
+    const auto problem = testsupport::runIsolated([&]() -> std::string {
+        if (::mount("budget", crowded.c_str(), "tmpfs", 0, "size=16m") != 0) return "no tmpfs";
+        for (std::size_t i = 0; i <= platform::LaunchServices::kMaxEntriesVisited; ++i) {
+            const std::string name = crowded + "/f" + std::to_string(i);
+            const int fd = ::open(name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+            if (fd < 0) return "cannot fill the folder";
+            ::close(fd);
+        }
+        const auto copies = copiesOfBundleIdentifier("com.example.Copy", {crowded, dir / "Mine"});
+        return copies == std::vector<std::string>{copy} ? "" : "the second root was not read";
+    });
+    if (!problem) GTEST_SKIP() << "no mount namespace for a child";
+    EXPECT_EQ(*problem, "");
+}
+
+TEST(LaunchServices, TheSettingsStoreAddsApplicationFolders) {
+    using platform::LaunchServices::applicationFolders;
+    platform::UserDefaults settings("");
+    EXPECT_EQ(applicationFolders("/home/u", settings),
+              (std::vector<std::string>{"/Applications", "/home/u/Applications"}));
+    settings.setObject(platform::LaunchServices::kApplicationFoldersKey,
+                       PlistArray{"/opt/apps/", "~/Apps", "relative", 42, "/Applications", "", "~",
+                                  "~other/x", "/home/u/Applications", "/opt/apps"});
+    const struct {
+        std::string home;
+        std::vector<std::string> folders;
+    } cases[] = {
+        {"/home/u", {"/Applications", "/home/u/Applications", "/opt/apps", "/home/u/Apps"}},
+        // Without a usable home nothing is looked for under it.
+        {"/", {"/Applications", "/opt/apps", "/home/u/Applications"}},
+        {"", {"/Applications", "/opt/apps", "/home/u/Applications"}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(applicationFolders(c.home, settings), c.folders) << c.home;
+    // Anything but an array names nothing.
+    settings.setObject(platform::LaunchServices::kApplicationFoldersKey, "/opt/apps");
+    EXPECT_EQ(applicationFolders("/home/u", settings).size(), 2u);
 }
 
 }  // namespace

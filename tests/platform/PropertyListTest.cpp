@@ -145,6 +145,21 @@ TEST(PropertyList, EveryKindRoundTripsThroughBothFormats) {
               PlistValue(-1));
 }
 
+// Equal values share one object, whichever copies they are, so the bytes
+// depend on the value alone: a writer that shared equal data only when their
+// addresses happened to hash alike wrote one command two ways.
+TEST(PropertyList, EqualValuesShareOneObjectWhateverTheirAddresses) {
+    const PlistValue value(PlistArray(64, PlistValue(PlistData{1, 2, 3})));
+    const Bytes binary = PropertyList::toBinary(value);
+    ASSERT_GE(binary.size(), 32u);
+    std::uint64_t objects = 0;  // the trailer's second 8-byte field
+    for (std::size_t i = binary.size() - 24; i < binary.size() - 16; ++i) {
+        objects = objects << 8 | binary[i];
+    }
+    EXPECT_EQ(objects, 2u);  // the array and one data object
+    EXPECT_EQ(parseBytes(binary), value);
+}
+
 TEST(PropertyList, ValuesNoPropertyListCanHoldAreNotWritten) {
     PlistValue tooDeep = nestedArrays(513);
     const std::vector<std::pair<const char*, PlistValue>> cases = {

@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <thread>
 
 #include "RemainsTestSupport.h"
 #include "platform/Bundle.h"
 #include "platform/MetadataQuery.h"
 #include "remains/SimpleRemainsInfo.h"
 #include "remains/SpotlightEasySearch.h"
+#include "support/Isolated.h"
 
 namespace {
 
@@ -79,6 +83,8 @@ TEST_F(SimpleRemainsInfoTest, FindsEveryKindOfRemainsInOrderAndSizesThem) {
     file("LaunchAgents/com.example.sample.plist");  // the prefix is case-sensitive
     file("LaunchAgents/other." + id + ".plist");
     file("Application Support/CrashReporter/SampleExec_A1B2.plist");
+    file("Application Support/CrashReporter/SampleExec.plist");
+    // Another program whose name merely starts the same.
     file("Application Support/CrashReporter/SampleExecutor.plist");
     file("Application Support/CrashReporter/sampleexec_C3.plist");
     // Nothing outside the home's Library is looked at.
@@ -106,8 +112,8 @@ TEST_F(SimpleRemainsInfoTest, FindsEveryKindOfRemainsInOrderAndSizesThem) {
         {support + "SampleExec", 3},
         {lib("LaunchAgents/" + id + ".helper.plist"), 3},
         {lib("LaunchAgents/" + id + ".plist"), 3},
+        {support + "CrashReporter/SampleExec.plist", 13},
         {support + "CrashReporter/SampleExec_A1B2.plist", 13},
-        {support + "CrashReporter/SampleExecutor.plist", 13},
     };
     EXPECT_EQ(entries(*info), expected);
 
@@ -138,28 +144,47 @@ TEST_F(SimpleRemainsInfoTest, FindsEveryKindOfRemainsInOrderAndSizesThem) {
     EXPECT_EQ(withCopy[1], (Entry{copy, 0}));
 }
 
-TEST_F(SimpleRemainsInfoTest, NamesThatWouldReachOutsideOrAreEmptyFindNothing) {
-    // What a careless search would find.
+TEST_F(SimpleRemainsInfoTest, HostileNamesFindOnlyWhatIsTheirs) {
+    // Other applications' data, and what a careless search would reach.
     file("x");
     file("x.plist");
+    file("Caches/com.example.backup/db");
+    file("Application Support/Vendor/Browser/profile");
+    file("LaunchAgents/com.example.backup.plist");
+    file("LaunchAgents/com.plist");
+    file("LaunchAgents/ab.c.plist");
     file("Application Support/CrashReporter/.plist");
     file("Application Support/CrashReporter/anything.plist");
+    file("Application Support/CrashReporter/ab_host.plist");
+    file("Application Support/CrashReporter/Vendor_host.plist");
     file("Logs/.log");
     m_dir.writeFile("home/secret.cookies");
     file("Preferences/Sample");
-    const std::string crashReporter = lib("Application Support/CrashReporter/");
     const struct {
         std::optional<std::string> id;
         std::optional<std::string> executable;
         std::vector<Entry> found;  // beyond the bundle itself
     } cases[] = {
+        {"com.", "Vendor/Browser", {}},
+        {"com", "Vend", {}},
+        {".com", "/Vendor", {}},
+        {"com.example.back", "Browser", {}},
+        {"com..example", "Vendor/", {}},
+        {"ab", "ab", {}},
         {"../x", "", {}},
         {"../../secret", "", {}},
         {"./x", "../x", {}},
         {"a/../x", "", {}},
-        // The listed rows take names as the listing gives them: "." is a
-        // prefix like any other there, while the exact rows refuse it.
-        {"..", ".", {{crashReporter + ".plist", 13}}},
+        {"..", ".", {}},
+        {".", "..", {}},
+        {"", "", {}},
+        // The owner of the data finds it.
+        {"com.example.backup",
+         "Vendor",
+         {{lib("Caches/com.example.backup"), 8},
+          {lib("Application Support/Vendor"), 3},
+          {lib("LaunchAgents/com.example.backup.plist"), 3},
+          {lib("Application Support/CrashReporter/Vendor_host.plist"), 13}}},
         // Without an executable the bundle folder's name stands in.
         {"com.example.none", std::nullopt, {{lib("Preferences/Sample"), 10}}},
     };
@@ -167,10 +192,11 @@ TEST_F(SimpleRemainsInfoTest, NamesThatWouldReachOutsideOrAreEmptyFindNothing) {
         auto info = find(c.id, c.executable);
         ASSERT_TRUE(info);
         auto found = entries(*info);
-        ASSERT_FALSE(found.empty()) << c.id.value_or("nil");
+        const std::string label = c.id.value_or("nil") + " / " + c.executable.value_or("nil");
+        ASSERT_FALSE(found.empty()) << label;
         EXPECT_EQ(found.front(), (Entry{m_sHome + "/.Trash/Sample.app", 0}));
         found.erase(found.begin());
-        EXPECT_EQ(found, c.found) << c.id.value_or("nil");
+        EXPECT_EQ(found, c.found) << label;
     }
     // Without an identifier there is nothing to list anything under.
     auto anonymous = find(std::nullopt, "Sample");
@@ -179,7 +205,7 @@ TEST_F(SimpleRemainsInfoTest, NamesThatWouldReachOutsideOrAreEmptyFindNothing) {
     EXPECT_FALSE(SimpleRemainsInfo::create(nullptr, {}, m_paths, m_pCalculation));
 }
 
-TEST_F(SimpleRemainsInfoTest, SafePathsStayInsideTheirFolder) {
+TEST_F(SimpleRemainsInfoTest, SafePathsAreOneEntryOfTheirFolder) {
     const std::string folder = m_dir.makeDir("home/Library/Caches");
     m_dir.makeDir("home/Library/Caches/a");
     const struct {
@@ -188,11 +214,15 @@ TEST_F(SimpleRemainsInfoTest, SafePathsStayInsideTheirFolder) {
         std::optional<std::string> path;
     } cases[] = {
         {folder, "com.example.app", folder + "/com.example.app"},
-        {folder, "a/../b", folder + "/b"},
         {folder, "..x", folder + "/..x"},
+        {folder, "a/../b", std::nullopt},
+        {folder, "a/b", std::nullopt},
+        {folder, "a/", std::nullopt},
+        {folder, "/a", std::nullopt},
+        {folder, std::string("a\0/../../x", 10), std::nullopt},
+        {folder, std::string("com.example.app\0x", 17), std::nullopt},
         {folder, "../x", std::nullopt},
-        {folder, "a/../../x", std::nullopt},
-        {folder, "a/..", std::nullopt},
+        {folder, "..", std::nullopt},
         {folder, "", std::nullopt},
         {folder, ".", std::nullopt},
         {std::nullopt, "x", std::nullopt},
@@ -204,7 +234,50 @@ TEST_F(SimpleRemainsInfoTest, SafePathsStayInsideTheirFolder) {
     }
 }
 
+TEST_F(SimpleRemainsInfoTest, AHomeOfTheRootFolderSearchesNothing) {
+    // The system's own Library, as the root folder of an isolated child sees it.
+    const std::string id = "com.example.Sample";
+    m_dir.writeFile("Library/Caches/" + id + "/db");
+    m_dir.writeFile("Library/Preferences/" + id + ".plist");
+    m_dir.writeFile("Library/LaunchAgents/" + id + ".plist");
+    remainstest::makeApp(m_dir, ".Trash/Sample.app", id, "Sample");
+    const std::string root = m_dir.path();
+    const auto problem = testsupport::runIsolated([&]() -> std::string {
+        if (::chroot(root.c_str()) != 0 || ::chdir("/") != 0) return "no chroot";
+        auto bundle = platform::Bundle::bundleWithPath("/.Trash/Sample.app");
+        if (!bundle) return "no bundle";
+        std::string found;
+        for (const std::string home : {"/", "//", "/.Trash/..", ""}) {
+            // The parent's idle pool only queues the sizes: a child may start no threads.
+            auto info =
+                SimpleRemainsInfo::create(bundle, {}, PathsGenerator("root", home), m_pCalculation);
+            for (const auto& entry : entries(*info)) {
+                if (entry.type != SimpleRemainsInfo::kTypeApplication) {
+                    found += "home '" + home + "' found " + entry.path + "\n";
+                }
+            }
+        }
+        return found;
+    });
+    if (!problem) GTEST_SKIP() << "no mount namespace for a child";
+    EXPECT_EQ(*problem, "");
+}
+
 enum class Rule { Shows, BlockedByInstalledCopy, BlockedBySearch };
+
+// Keeps what is sent to it until the test runs it on a thread of its own.
+class HeldQueue : public dispatch::Queue {
+public:
+    void async(dispatch::Block block) override { blocks.push_back(std::move(block)); }
+    bool isCurrent() const override { return false; }
+    void runElsewhere() {
+        std::thread([&] {
+            for (auto& block : blocks) block();
+        }).join();
+        blocks.clear();
+    }
+    std::vector<dispatch::Block> blocks;
+};
 
 class NotificationRule : public SimpleRemainsInfoTest {
 protected:
@@ -222,6 +295,8 @@ protected:
             locations.launchServicesRoots = {place / "Applications", place / "home/Applications",
                                              place / "Volumes", place / "home/.Trash"};
         }
+        auto scan = std::make_shared<HeldQueue>();
+        locations.scanQueue = scan;
         int calls = 0;
         bool gathered = false;
         const auto token = platform::MetadataQuery::defaultCenter().addObserverForName(
@@ -230,7 +305,13 @@ protected:
         const std::size_t searches = SpotlightEasySearch::runningSearchCount();
         SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
             id, [&] { ++calls; }, locations);
-        const bool searching = SpotlightEasySearch::runningSearchCount() > searches;
+        // Nothing is read on the caller's thread: the scan waits for its queue.
+        EXPECT_EQ(scan->blocks.size(), 1u);
+        EXPECT_EQ(SpotlightEasySearch::runningSearchCount(), searches);
+        scan->runElsewhere();
+        m_pQueue->runUntilIdle();
+        // A quick search may already have ended here.
+        const bool searching = gathered || SpotlightEasySearch::runningSearchCount() > searches;
         // The search's own observer runs in the same post as ours.
         if (searching) remainstest::pumpUntil(*m_pQueue, [&] { return gathered; });
         platform::MetadataQuery::defaultCenter().removeObserver(token);

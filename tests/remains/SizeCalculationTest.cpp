@@ -97,4 +97,47 @@ TEST_F(SizeCalculation, EachTaskIsAnsweredOnceOnTheMainQueue) {
     EXPECT_TRUE(weakAnswers.expired()) << "answered tasks let go of their listener";
 }
 
+// How often each task was answered.
+class TaskAnswers : public SimpleSizeCalculationTaskListener {
+public:
+    void onSimpleSizeCalculationTaskComplete(
+        const std::shared_ptr<SimpleSizeCalculationTask>& task) override {
+        ++times[task.get()];
+        ++total;
+    }
+    std::map<const SimpleSizeCalculationTask*, int> times;
+    std::size_t total = 0;
+};
+
+TEST_F(SizeCalculation, CancelKeepsTheAnswersOfTasksAlreadyTaken) {
+    for (int i = 0; i < 100; ++i) write("folder/f" + std::to_string(i), 100);
+    // Far more work than the workers get through before the cancel reaches them.
+    constexpr std::size_t kTasks = 20000;
+    auto answers = std::make_shared<TaskAnswers>();
+    std::vector<std::shared_ptr<SimpleSizeCalculationTask>> tasks;
+    for (std::size_t i = 0; i < kTasks; ++i) {
+        tasks.push_back(std::make_shared<SimpleSizeCalculationTask>(answers, m_dir / "folder"));
+        m_pCalculation->addTask(tasks.back());
+    }
+    ASSERT_TRUE(pumpUntil([&] { return answers->total > 0; }));
+    m_pCalculation->cancelAllTasks();
+    ASSERT_TRUE(pumpUntil([&] { return !m_pCalculation->isWorking(); }));
+    m_pQueue->runUntilIdle();
+
+    // A task is sized exactly when a worker took it, and then it answers once.
+    std::size_t taken = 0;
+    for (const auto& task : tasks) {
+        const bool sized = task->itemSize() > 0;
+        taken += sized ? 1 : 0;
+        EXPECT_EQ(answers->times[task.get()], sized ? 1 : 0);
+    }
+    EXPECT_GT(taken, 0u);
+    EXPECT_LT(taken, kTasks) << "pending tasks are dropped";
+
+    // Work added afterwards runs as usual.
+    auto later = std::make_shared<SimpleSizeCalculationTask>(answers, m_dir / "folder/f1");
+    m_pCalculation->addTask(later);
+    ASSERT_TRUE(pumpUntil([&] { return answers->times[later.get()] == 1; }));
+}
+
 }  // namespace

@@ -164,4 +164,30 @@ TEST(AppsInTrashWatcher, RealMovesAreReportedOnceAfterTheQuietPeriod) {
     EXPECT_EQ(seenAfterFirst, 2u);
 }
 
+// The watched folder is what its path leads to, and never a package.
+TEST(AppsInTrashWatcher, TheTrashIsTheFolderItsPathLeadsToWhateverItHolds) {
+    for (const bool throughLink : {true, false}) {
+        SCOPED_TRACE(throughLink ? "a link to the Trash" : "a Trash holding Contents/Info.plist");
+        TempDir dir;
+        const std::string folder = dir.makeDir("Folder");
+        makeBundle(dir, "Folder/Old.app");
+        std::string trash = folder;
+        if (throughLink) {
+            trash = dir.makeSymlink("Trash", folder);
+        } else {
+            dir.writeFile("Folder/Contents/Info.plist", "<plist><dict/></plist>");
+        }
+        watchingtest::RealMainLoop loop;
+        auto reports = std::make_shared<Reports>();
+        reports->trash = trash;
+        auto watcher = AppsInTrashWatcher::create(reports, trash);
+
+        makeBundle(dir, "New.app");
+        std::rename((dir / "New.app").c_str(), (folder + "/New.app").c_str());
+        ASSERT_TRUE(loop->runUntil([&] { return !reports->got.empty(); }, 6s));
+        ASSERT_EQ(reports->got.size(), 1u);  // the whole rescan has run
+        EXPECT_EQ(reports->got[0].first, "New.app");
+    }
+}
+
 }  // namespace

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,6 +6,7 @@
 #include <vector>
 
 #include "support/TempDir.h"
+#include "support/faults/ReaddirFault.h"
 #include "watching/FileItem.h"
 #include "watching/FileItemData.h"
 #include "watching/SystemSkipList.h"
@@ -120,14 +120,37 @@ TEST(FileItem, RescanAnnouncesRemovalsFirstThenAdditionsAtTheRootsDepth) {
     listener->log.clear();
     root->updateContentOfDir();                        // unchanged
     root->addChild(root->getChildrenWithName("new"));  // already held
-    if (::geteuid() != 0) {
-        dir.writeFile("root/unseen");
-        ::chmod((dir / "root").c_str(), 0);
-        root->updateContentOfDir();  // cannot be listed: tree kept
-        ::chmod((dir / "root").c_str(), 0700);
-        EXPECT_EQ(childNames(*root).size(), 3u);
+    dir.writeFile("root/unseen");
+    {
+        // A read error part-way: nothing vanished, nothing arrived.
+        testsupport::ReaddirFault fault(dir / "root", 3);
+        root->updateContentOfDir();
+        EXPECT_EQ(fault.failures(), 1);
     }
+    EXPECT_EQ(childNames(*root).size(), 3u);
     EXPECT_TRUE(listener->log.empty());
+}
+
+TEST(FileItem, WhatAFailedFirstLoadMissedIsNotAnnouncedLater) {
+    TempDir dir;
+    for (const char* name : {"a", "b", "c", "d"}) dir.writeFile(std::string("root/") + name);
+    std::shared_ptr<FileItem> root;
+    {
+        testsupport::ReaddirFault fault(dir / "root", 4);  // "." and ".." count
+        root = FileItem::createTreeForPath(dir / "root", 1);
+    }
+    ASSERT_TRUE(root);
+    ASSERT_LT(childNames(*root).size(), 4u);
+    auto listener = std::make_shared<Announcements>();
+    root->setListener(listener);
+    root->updateContentOfDir();
+    EXPECT_EQ(childNames(*root), (std::set<std::string>{"a", "b", "c", "d"}));
+    EXPECT_TRUE(listener->log.empty());
+
+    ::unlink((dir / "root/a").c_str());
+    dir.writeFile("root/e");
+    root->updateContentOfDir();
+    EXPECT_EQ(listener->log, (std::vector<std::string>{"-a in root", "+e in root"}));
 }
 
 TEST(FileItemData, KeepsTheFirstSizeAndCountsTheNodeWithItsContents) {

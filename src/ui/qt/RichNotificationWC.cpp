@@ -288,7 +288,9 @@ AttributedString RichNotificationWC::generateAttributedString() const {
     }
     const auto bytes = static_cast<std::int64_t>(
         std::min<std::uint64_t>(total, std::numeric_limits<std::int64_t>::max()));
-    const std::string sizeText = StringUtils::convertToStringFromFileSize(bytes);
+    // The size is written in the language the rest of the text is in.
+    const std::string sizeText =
+        StringUtils::convertToStringFromFileSize(bytes, texts().localeName());
     const std::string markup = RichNotificationWCLocalizable::descriptionWithAppName(
         MarkupStyler::prepareString(m_sMainAppName), MarkupStyler::prepareString(sizeText),
         m_nOtheAppCount, false, texts());

@@ -1,15 +1,18 @@
 #include <gtest/gtest.h>
 
 #include <QFontInfo>
+#include <QGlyphRun>
 #include <QImage>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <QTextLayout>
 
 #include "dispatch/ManualMainQueue.h"
 #include "platform/Bundle.h"
 #include "ui/RichNotificationWCLocalizable.h"
 #include "ui/qt/AttributedStringAdapter.h"
 #include "ui/qt/CustomButton.h"
+#include "ui/qt/FontsFactory.h"
 #include "ui/qt/MultilineWordWrapTextField.h"
 #include "ui/qt/RichNotificationView.h"
 #include "ui/qt/RichNotificationWC.h"
@@ -36,6 +39,47 @@ std::vector<Fragment> fragmentsOf(const QTextDocument& document) {
         }
     }
     return fragments;
+}
+
+// Glyphs of a laid-out text, and how many of them are the missing-glyph box
+// (glyph 0) of the font the layout settled on after falling back.
+struct GlyphCount {
+    int glyphs = 0;
+    int missing = 0;
+};
+GlyphCount countGlyphs(const QTextLayout& layout, int length) {
+    GlyphCount count;
+    // A block's layout does not know its text's length: it is given.
+    for (const QGlyphRun& run : layout.glyphRuns(0, length)) {
+        for (const quint32 index : run.glyphIndexes()) {
+            ++count.glyphs;
+            if (index == 0) ++count.missing;
+        }
+    }
+    return count;
+}
+GlyphCount countGlyphs(const QTextDocument& document) {
+    document.size();  // lays it out
+    GlyphCount count;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const GlyphCount inBlock = countGlyphs(*block.layout(), block.length());
+        count.glyphs += inBlock.glyphs;
+        count.missing += inBlock.missing;
+    }
+    return count;
+}
+// A button's title laid out as the button lays it out: its style's font, its
+// styled runs.
+GlyphCount countGlyphs(const CustomButton& button) {
+    const AttributedString title = button.attributedTitle();
+    QTextLayout layout(QString::fromStdString(title.string()),
+                       FontsFactory::GetInstance().fontForDescription(button.buttonStyle().font));
+    layout.setFormats(AttributedStringAdapter::formatRanges(title));
+    layout.beginLayout();
+    while (layout.createLine().isValid()) {
+    }
+    layout.endLayout();
+    return countGlyphs(layout, static_cast<int>(layout.text().size()));
 }
 
 const QColor kText(0x4C, 0x4E, 0x54);
@@ -100,6 +144,42 @@ TEST_F(NotificationWindowTest, TheSubtitleStylesNameAndSizeAndShowsMarkupCharact
     for (int i : {1, 3}) {
         EXPECT_FALSE(fragments[i].bold) << i;
         EXPECT_EQ(fragments[i].color, kText) << i;
+    }
+}
+
+TEST_F(NotificationWindowTest, TheSizeIsWrittenInTheLanguageOfTheText) {
+    const struct {
+        const char* language;
+        const char* size;
+    } rows[] = {
+        {"en", "Zero KB"}, {"de", "null kB"}, {"ru", "ноль кБ"}, {"pt_BR.UTF-8", "zero kB"}};
+    for (const auto& row : rows) {
+        auto controller = makeController(row.language);
+        offer(*controller, "/home/u/.Trash/Photon.app");
+        const std::string subtitle = controller->subtitleLabel()->stringValue();
+        EXPECT_NE(subtitle.find(row.size), std::string::npos) << row.language << ": " << subtitle;
+        controller->hideNotification();
+    }
+}
+
+// Ideographs and kana need a font that has them (the runtime font packages);
+// without one they are drawn as boxes.
+TEST_F(NotificationWindowTest, JapaneseTextsHaveAGlyphForEveryCharacter) {
+    auto controller = makeController("ja");
+    offer(*controller, "/home/u/.Trash/写真エディタ.app");
+    ASSERT_EQ(controller->titleLabel()->stringValue(), "Sweepwell - 完全アンインストール");
+    const struct {
+        const char* what;
+        GlyphCount count;
+    } texts[] = {
+        {"title", countGlyphs(controller->titleLabel()->document())},
+        {"subtitle", countGlyphs(controller->subtitleLabel()->document())},
+        {"close", countGlyphs(*controller->closeButton())},
+        {"complete uninstall", countGlyphs(*controller->completeUninstallButton())},
+    };
+    for (const auto& text : texts) {
+        EXPECT_GT(text.count.glyphs, 0) << text.what;
+        EXPECT_EQ(text.count.missing, 0) << text.what;
     }
 }
 

@@ -1,0 +1,98 @@
+#include "platform/ConsumeFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <string_view>
+
+namespace platform {
+
+namespace {
+
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    ~Descriptor() {
+        if (m_fd >= 0) ::close(m_fd);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return m_fd; }
+    explicit operator bool() const { return m_fd >= 0; }
+
+private:
+    int m_fd;
+};
+
+bool sameEntry(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+// Reads the regular file `name` of the folder. `entry` holds what the name
+// referred to when it was examined; it becomes what was actually opened, so
+// that the removal later checks against that.
+std::optional<std::string> readRegularFile(int folder, const std::string& name, std::size_t limit,
+                                           struct stat& entry) {
+    // O_NONBLOCK: if a FIFO was swapped in since the name was examined, the
+    // open must not wait for a writer. O_NOFOLLOW: nor may a link be followed.
+    const Descriptor fd(
+        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!fd) return std::nullopt;
+    struct stat opened {};
+    if (::fstat(fd.get(), &opened) != 0) return std::nullopt;
+    entry = opened;
+    if (!S_ISREG(opened.st_mode) || static_cast<std::uintmax_t>(opened.st_size) > limit) {
+        return std::nullopt;
+    }
+    std::string contents;
+    contents.reserve(static_cast<std::size_t>(opened.st_size));
+    char chunk[65536];
+    for (;;) {
+        const ssize_t got = ::read(fd.get(), chunk, sizeof chunk);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return std::nullopt;
+        if (got == 0) return contents;
+        // The file may grow while it is read.
+        if (contents.size() + static_cast<std::size_t>(got) > limit) return std::nullopt;
+        contents.append(chunk, static_cast<std::size_t>(got));
+    }
+}
+
+}  // namespace
+
+std::optional<std::string> consumeFile(const std::string& path, std::size_t limit,
+                                       const std::function<void()>& beforeRemoving) {
+    std::string_view trimmed = path;
+    while (trimmed.size() > 1 && trimmed.back() == '/') trimmed.remove_suffix(1);
+    const std::size_t slash = trimmed.rfind('/');
+    const std::string folderPath = slash == std::string_view::npos ? "."
+                                   : slash == 0                    ? "/"
+                                                : std::string(trimmed.substr(0, slash));
+    const std::string name(slash == std::string_view::npos ? trimmed : trimmed.substr(slash + 1));
+    if (name.empty() || name == "." || name == ".." || name == "/") return std::nullopt;
+
+    // Everything below goes through the folder's descriptor, so the entry
+    // examined, the one read and the one removed are all in the same folder.
+    const Descriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) return std::nullopt;
+    struct stat entry {};
+    if (::fstatat(folder.get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0)
+        return std::nullopt;
+    std::optional<std::string> contents;
+    if (S_ISREG(entry.st_mode)) contents = readRegularFile(folder.get(), name, limit, entry);
+
+    if (beforeRemoving) beforeRemoving();
+    struct stat now {};
+    // unlinkat without AT_REMOVEDIR never removes a folder.
+    if (!S_ISDIR(entry.st_mode) &&
+        ::fstatat(folder.get(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+        sameEntry(now, entry)) {
+        ::unlinkat(folder.get(), name.c_str(), 0);
+    }
+    return contents;
+}
+
+}  // namespace platform

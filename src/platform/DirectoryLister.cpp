@@ -1,0 +1,36 @@
+#include "platform/DirectoryLister.h"
+
+#include <dirent.h>
+
+#include <cerrno>
+#include <memory>
+
+namespace platform {
+
+DirectoryLister::Status DirectoryLister::forEachEntry(
+    const std::string& path, const std::function<bool(std::string_view name)>& visit) {
+    if (path.empty()) return Status::Failed;
+    std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(path.c_str()), ::closedir);
+    if (!folder) return Status::Failed;
+    for (;;) {
+        // readdir answers null both at the end and on an error; only errno
+        // tells them apart.
+        errno = 0;
+        const dirent* entry = ::readdir(folder.get());
+        if (entry == nullptr) return errno == 0 ? Status::Complete : Status::Failed;
+        const std::string_view name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        if (!visit(name)) return Status::Stopped;
+    }
+}
+
+DirectoryLister::Listing DirectoryLister::contentsOfDirectoryAtPath(const std::string& path) {
+    Listing listing;
+    listing.status = forEachEntry(path, [&](std::string_view name) {
+        listing.names.emplace_back(name);
+        return true;
+    });
+    return listing;
+}
+
+}  // namespace platform

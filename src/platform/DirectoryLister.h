@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+// Reads the entry names of a folder and says whether it saw all of them. A
+// read that ends early is not the folder's content: callers that compare it
+// with what they knew must not take missing names for vanished entries.
+class DirectoryLister {
+public:
+    enum class Status {
+        Complete,  // every entry was seen
+        Stopped,   // the visitor asked to stop
+        Failed,    // the folder could not be opened, or reading it failed part-way
+    };
+
+    struct Listing {
+        Status status = Status::Failed;
+        // In the order the file system gives them, hidden ones included,
+        // without "." and "..". Whatever was read before a failure is kept.
+        std::vector<std::string> names;
+        bool isComplete() const { return status == Status::Complete; }
+    };
+
+    // Calls `visit` with each name (a final link at the path is followed);
+    // `visit` answers false to stop.
+    static Status forEachEntry(const std::string& path,
+                               const std::function<bool(std::string_view name)>& visit);
+    static Listing contentsOfDirectoryAtPath(const std::string& path);
+};
+
+}  // namespace platform

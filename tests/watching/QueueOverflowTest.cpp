@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <condition_variable>
+#include <cstdio>
+#include <fstream>
+#include <mutex>
+#include <set>
+
+#include "dispatch/RunLoopMainQueue.h"
+#include "watching/DirectoryWatcher.h"
+#include "watching/WatchingTestSupport.h"
+
+using namespace std::chrono_literals;
+using testsupport::TempDir;
+
+namespace {
+
+// The real main loop, except that blocks sent from other threads wait at a
+// gate while it is closed: a watcher thread held there reads nothing more
+// from its kernel queue, which then fills up.
+class GatedMainQueue final : public dispatch::MainQueue {
+public:
+    explicit GatedMainQueue(std::shared_ptr<dispatch::RunLoopMainQueue> loop)
+        : m_pLoop(std::move(loop)) {}
+
+    void async(dispatch::Block block) override {
+        if (!m_pLoop->isCurrent()) {
+            std::unique_lock lock(m_lock);
+            ++m_nHeld;
+            m_changed.notify_all();
+            m_changed.wait(lock, [&] { return m_bOpen; });
+            --m_nHeld;
+        }
+        m_pLoop->async(std::move(block));
+    }
+    dispatch::TimerHandle after(dispatch::Duration delay, dispatch::Block block) override {
+        return m_pLoop->after(delay, std::move(block));
+    }
+    dispatch::TimePoint now() const override { return m_pLoop->now(); }
+    bool isCurrent() const override { return m_pLoop->isCurrent(); }
+
+    void setOpen(bool open) {
+        std::lock_guard lock(m_lock);
+        m_bOpen = open;
+        m_changed.notify_all();
+    }
+    bool waitUntilASenderIsHeld(std::chrono::seconds timeout) {
+        std::unique_lock lock(m_lock);
+        return m_changed.wait_for(lock, timeout, [&] { return m_nHeld > 0; });
+    }
+
+private:
+    std::shared_ptr<dispatch::RunLoopMainQueue> m_pLoop;
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    bool m_bOpen = true;
+    int m_nHeld = 0;
+};
+
+struct Heard : FileEventQueueDelegate, DirectoryWatcherDelegate {
+    std::string trash;
+    std::shared_ptr<DirectoryWatcher> trashWatcher;
+    std::set<std::pair<std::string, std::string>> events;  // (path, name)
+    std::vector<std::string> apps;
+    void receivedNotification(FileEventQueue& queue, const std::string& name,
+                              const std::string& path) override {
+        events.emplace(path, name);
+        if (path == trash) trashWatcher->receivedNotification(queue, name, path);
+    }
+    void onAddedAppWithPath(const std::string& path) override { apps.push_back(path); }
+};
+
+// When the kernel drops events for lack of room, every folder watched for
+// writes is re-read, so what arrived meanwhile is still found.
+TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
+    long maxQueued = 0;
+    if (!(std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> maxQueued) ||
+        maxQueued > 1'000'000) {
+        GTEST_SKIP() << "the kernel queue's size is unknown or too large to fill";
+    }
+    TempDir dir;
+    const std::string trash = dir.makeDir("Trash");
+    const std::string quiet = dir.makeDir("Quiet");
+    const std::string churn = dir.makeDir("Churn");
+    const std::string blocker = dir.writeFile("blocker");
+    dir.writeFile("Churn/a");
+
+    auto loop = std::make_shared<dispatch::RunLoopMainQueue>();
+    auto gated = std::make_shared<GatedMainQueue>(loop);
+    dispatch::ScopedMainQueue scoped(gated);
+    struct Reopen {  // no watcher thread may stay held when the test ends
+        GatedMainQueue& gate;
+        ~Reopen() {
+            gate.setOpen(true);
+            EXPECT_TRUE(watchingtest::watcherThreadsEnded());
+        }
+    } reopen{*gated};
+
+    auto heard = std::make_shared<Heard>();
+    heard->trash = trash;
+    // The Trash's tree and quiet period, fed by the queue under test only.
+    heard->trashWatcher = DirectoryWatcher::create(trash);
+    heard->trashWatcher->getFileEventQueue()->removeAllPaths();
+    heard->trashWatcher->setDelegate(heard);
+    auto queue = FileEventQueue::create();
+    ASSERT_TRUE(queue);
+    queue->setDelegate(heard);
+    queue->addPath(trash);
+    queue->addPath(quiet);
+    queue->addPath(churn, platform::kNoteRevoke);  // its changes fill the queue, unreported
+    queue->addPath(blocker, platform::kNoteAttrib);
+
+    // Hold the watcher thread in the delivery of one event.
+    gated->setOpen(false);
+    ASSERT_EQ(::chmod(blocker.c_str(), 0600), 0);
+    ASSERT_TRUE(gated->waitUntilASenderIsHeld(5s));
+
+    // Two events per rename; far more than the queue holds.
+    for (long i = 0; i < maxQueued; ++i) {
+        const bool there = i % 2 == 0;
+        std::rename((churn + (there ? "/a" : "/b")).c_str(),
+                    (churn + (there ? "/b" : "/a")).c_str());
+    }
+    // By now the kernel drops what happens: this arrival is not queued.
+    watchingtest::makeBundle(dir, "Late.app");
+    ASSERT_EQ(std::rename((dir / "Late.app").c_str(), (trash + "/Late.app").c_str()), 0);
+
+    gated->setOpen(true);
+    EXPECT_TRUE(loop->runUntil([&] { return !heard->apps.empty(); }, 8s));
+    EXPECT_EQ(heard->apps, std::vector<std::string>{trash + "/Late.app"});
+    EXPECT_TRUE(heard->events.count({trash, FileEventQueueFileWrittenToNotification}));
+    EXPECT_TRUE(heard->events.count({quiet, FileEventQueueFileWrittenToNotification}));
+    for (const auto& [path, name] : heard->events) EXPECT_NE(path, churn) << name;
+}
+
+}  // namespace
