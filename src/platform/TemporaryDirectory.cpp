@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "platform/PasswordDatabase.h"
+
 namespace platform {
 
 namespace {
@@ -39,14 +41,58 @@ bool settleFreshFolder(const std::string& path, uid_t uid) {
     return false;
 }
 
+// A folder opened by name inside the folder `parent`, never through a link,
+// made with mode 0700 when missing. -1 when it cannot be had.
+int openOrMakeFolderAt(int parent, const char* name) {
+    if (::mkdirat(parent, name, 0700) != 0 && errno != EEXIST) return -1;
+    return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+// Owned by uid and writable by nobody else.
+bool isClosedFolder(int fd, uid_t uid) {
+    struct stat info {};
+    return ::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == uid &&
+           (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+// "<home>/.cache/sweepwell-helper/", made as needed. Each step goes through
+// the descriptor of the folder above, so no link put in the way is followed
+// below the home folder itself, and each folder must be the user's own.
+std::string folderInHome(const std::string& home, uid_t uid) {
+    if (home.empty() || home.front() != '/') return {};
+    const int homeFd = ::open(home.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (homeFd < 0) return {};
+    std::string answer;
+    if (isClosedFolder(homeFd, uid)) {
+        const int cacheFd = openOrMakeFolderAt(homeFd, ".cache");
+        if (cacheFd >= 0) {
+            if (isClosedFolder(cacheFd, uid)) {
+                const int ownFd = openOrMakeFolderAt(cacheFd, "sweepwell-helper");
+                if (ownFd >= 0) {
+                    struct stat info {};
+                    bool ok = ::fstat(ownFd, &info) == 0 && info.st_uid == uid;
+                    if (ok && (info.st_mode & 07777) != 0700) ok = ::fchmod(ownFd, 0700) == 0;
+                    if (ok) answer = withoutTrailingSlashes(home) + "/.cache/sweepwell-helper/";
+                    ::close(ownFd);
+                }
+            }
+            ::close(cacheFd);
+        }
+    }
+    ::close(homeFd);
+    return answer;
+}
+
 }  // namespace
 
 std::string privateTemporaryDirectory(const std::optional<std::string>& runtimeDir,
-                                      const std::string& baseFolder, unsigned int uid) {
+                                      const std::string& homeFolder, const std::string& baseFolder,
+                                      unsigned int uid) {
     if (runtimeDir && !runtimeDir->empty() && runtimeDir->front() == '/') {
         const std::string folder = withoutTrailingSlashes(*runtimeDir);
         if (isPrivateFolder(folder, uid)) return folder == "/" ? folder : folder + "/";
     }
+    if (std::string inHome = folderInHome(homeFolder, uid); !inHome.empty()) return inHome;
     if (baseFolder.empty()) return {};
 
     std::string base = withoutTrailingSlashes(baseFolder);
@@ -57,23 +103,23 @@ std::string privateTemporaryDirectory(const std::optional<std::string>& runtimeD
     } else if (errno == EEXIST && isPrivateFolder(own, uid)) {
         return own + "/";
     }
-
-    // The usual name is taken by something we must not touch (someone else's
-    // folder, a link, a file, a folder with a looser mode): never repair it,
-    // make a fresh folder with an unguessable name instead.
-    std::string unique = own + "-XXXXXX";
-    if (::mkdtemp(unique.data()) != nullptr && settleFreshFolder(unique, uid)) return unique + "/";
+    // The name is taken by something we must not touch (someone else's
+    // folder, a link, a file, a looser folder): never repair it.
     return {};
 }
 
 std::string temporaryDirectory() {
-    // Worked out once: later calls, from any thread, see the same folder even
-    // when it is a fresh unique one.
+    // Worked out once: later calls, from any thread, see the same folder.
     static const std::string answer = [] {
         const char* runtimeDir = std::getenv("XDG_RUNTIME_DIR");
+        // The home the rest of the agent uses: $HOME, else the database's.
+        const char* homeVariable = std::getenv("HOME");
+        const std::string home = homeVariable != nullptr && *homeVariable != '\0'
+                                     ? std::string(homeVariable)
+                                     : homeFromPasswordDatabase();
         return privateTemporaryDirectory(
-            runtimeDir != nullptr ? std::optional<std::string>(runtimeDir) : std::nullopt, "/tmp",
-            ::getuid());
+            runtimeDir != nullptr ? std::optional<std::string>(runtimeDir) : std::nullopt,
+            isUsableHomeDirectory(home) ? home : std::string(), "/tmp", ::getuid());
     }();
     return answer;
 }

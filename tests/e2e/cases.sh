@@ -14,6 +14,7 @@ cases=(
   hostile_command_files
   hostile_names_list_only_their_own
   name_not_utf8_leaves_the_rest_of_the_list
+  second_start_forwards_without_a_runtime_folder
 )
 
 fail() {
@@ -303,4 +304,26 @@ case_name_not_utf8_leaves_the_rest_of_the_list() {
   expect_listed "$HOME/.Trash/Odd Agent.app" "$HOME/Library/Caches/com.example.OddAgent" \
     "$HOME/Library/Preferences/com.example.OddAgent.plist" "$agents/com.example.OddAgent.plist"
   [ "$(wc -l <"$received")" -eq 4 ] || fail "$(wc -l <"$received") entries instead of 4"
+}
+
+# The runtime folder is not ours (another user could have made it, as they
+# could make /tmp/sweepwell-<uid>): both starts must meet in the same private
+# folder of the home, so the second still hands its file to the first.
+case_second_start_forwards_without_a_runtime_folder() {
+  chmod 0755 "$XDG_RUNTIME_DIR"
+  agent_socket() { printf '%s' "$HOME/.cache/sweepwell-helper/com.quorvex.Sweepwell-Plus-Helper.open-files"; }
+  message_folder() { printf '%s' "$HOME/.cache/sweepwell-helper/com.quorvex.Sweepwell-Plus-Helper"; }
+  start_session
+  app "Forwarded App" com.example.ForwardedApp
+  mkdir -p "$SWEEPWELL_SANDBOX/outbox"
+  "$command_files" exclude "$SWEEPWELL_SANDBOX/outbox/exclude.msgforswhelp" "/Applications/Forwarded App.app"
+  timeout 20 "$helper_bundle/Contents/MacOS/SweepwellHelper" "$SWEEPWELL_SANDBOX/outbox/exclude.msgforswhelp" ||
+    fail "the second start ended with status $?"
+  [ ! -e "$SWEEPWELL_SANDBOX/outbox/exclude.msgforswhelp" ] || fail "the forwarded file is still there"
+  agent_alive || fail "the first agent is gone"
+  [ "$(pgrep -c -f "^$helper_bundle/Contents/MacOS/SweepwellHelper")" -eq 1 ] ||
+    fail "more than one agent runs"
+  [ -z "$(ls -A "$XDG_RUNTIME_DIR")" ] || fail "something was made in the runtime folder that is not ours"
+  trash "Forwarded App"
+  expect_silence 6 "for the name the forwarded command excluded"
 }

@@ -72,7 +72,7 @@ TEST(TemporaryDirectory, RuntimeFolderIsTakenOnlyWhenItIsPrivateAndOurs) {
     };
     // The first fallback makes the folder, the later ones find it again.
     for (const Row& row : rows) {
-        EXPECT_EQ(privateTemporaryDirectory(row.runtimeDir, base, ::getuid()), row.expected)
+        EXPECT_EQ(privateTemporaryDirectory(row.runtimeDir, "", base, ::getuid()), row.expected)
             << row.what;
     }
     const Entry made = entryAt(ownFolderIn(base));
@@ -81,7 +81,11 @@ TEST(TemporaryDirectory, RuntimeFolderIsTakenOnlyWhenItIsPrivateAndOurs) {
     EXPECT_EQ(made.owner, ::getuid());
 }
 
-TEST(TemporaryDirectory, TakenOwnNameIsLeftAloneForAFreshFolder) {
+// Another user may make our usual name in the shared folder first. The
+// answer must still be one folder that every start finds again (the
+// single-instance socket lives there), so it is the one in the home; the
+// planted name is never touched, and with no home there is no folder at all.
+TEST(TemporaryDirectory, ATakenSharedNameLeadsEveryStartToTheSameFolderInTheHome) {
     const std::string ownName = "sweepwell-" + std::to_string(::getuid());
     struct Row {
         const char* what;
@@ -109,23 +113,67 @@ TEST(TemporaryDirectory, TakenOwnNameIsLeftAloneForAFreshFolder) {
          }},
     };
     for (const Row& row : rows) {
-        TempDir dir;
-        row.plant(dir);
-        const std::string planted = dir / ownName;
+        TempDir shared, home;
+        row.plant(shared);
+        const std::string planted = shared / ownName;
         const Entry before = entryAt(planted);
 
-        const std::string answer = privateTemporaryDirectory(std::nullopt, dir.path(), ::getuid());
+        const std::string expected = home / ".cache/sweepwell-helper/";
+        EXPECT_EQ(privateTemporaryDirectory(std::nullopt, home.path(), shared.path(), ::getuid()),
+                  expected)
+            << row.what;
+        EXPECT_EQ(privateTemporaryDirectory(std::nullopt, home.path(), shared.path(), ::getuid()),
+                  expected)
+            << row.what << ": a second start";
+        const Entry made = entryAt(home / ".cache/sweepwell-helper");
+        EXPECT_EQ(made.type, S_IFDIR) << row.what;
+        EXPECT_EQ(made.mode, 0700u) << row.what;
+        EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", shared.path(), ::getuid()), "")
+            << row.what << ": no home";
 
-        ASSERT_EQ(answer.rfind(planted + "-", 0), 0u) << row.what << ": " << answer;
-        ASSERT_EQ(answer.back(), '/') << row.what;
-        const Entry fresh = entryAt(answer.substr(0, answer.size() - 1));
-        EXPECT_EQ(fresh.type, S_IFDIR) << row.what;
-        EXPECT_EQ(fresh.mode, 0700u) << row.what;
-        EXPECT_EQ(fresh.owner, ::getuid()) << row.what;
         const Entry after = entryAt(planted);
         EXPECT_EQ(after.type, before.type) << row.what;
         EXPECT_EQ(after.mode, before.mode) << row.what;
         EXPECT_EQ(after.owner, before.owner) << row.what;
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(shared.path()), {}),
+                  row.what == std::string("link to a private folder") ? 2 : 1)
+            << row.what << ": nothing else made in the shared folder";
+    }
+}
+
+// In the home, the cache folder is only used when it is the user's own and
+// closed to others, and never through a link.
+TEST(TemporaryDirectory, TheHomeFolderIsUsedOnlyWhenItsCacheIsOurs) {
+    struct Row {
+        const char* what;
+        std::function<void(const TempDir&)> plant;
+        bool used;
+    };
+    const std::vector<Row> rows = {
+        {"no cache folder yet", [](const TempDir&) {}, true},
+        {"a cache folder of ours",
+         [](const TempDir& home) { folderWithMode(home, ".cache", 0755); }, true},
+        {"a cache folder others may write",
+         [](const TempDir& home) { folderWithMode(home, ".cache", 0777); }, false},
+        {"a link for the cache folder",
+         [](const TempDir& home) {
+             home.makeSymlink(".cache", folderWithMode(home, "elsewhere", 0700));
+         },
+         false},
+        {"a link for our folder",
+         [](const TempDir& home) {
+             home.makeSymlink(".cache/sweepwell-helper", folderWithMode(home, "elsewhere", 0700));
+         },
+         false},
+    };
+    for (const Row& row : rows) {
+        TempDir home, shared;
+        row.plant(home);
+        const std::string answer =
+            privateTemporaryDirectory(std::nullopt, home.path(), shared.path(), ::getuid());
+        EXPECT_EQ(answer,
+                  row.used ? home / ".cache/sweepwell-helper/" : ownFolderIn(shared.path()) + "/")
+            << row.what;
     }
 }
 
@@ -134,10 +182,10 @@ TEST(TemporaryDirectory, NothingIsAnsweredWhenNoSafeFolderCanBeHad) {
     const std::string base = dir.makeDir("base");
     // Every folder this process makes belongs to its own user, never to
     // another one, so nothing can be made for another user.
-    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, base, ::getuid() + 1), "");
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", base, ::getuid() + 1), "");
     EXPECT_TRUE(std::filesystem::is_empty(base)) << "refused folders are cleaned up";
-    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, dir / "missing", ::getuid()), "");
-    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", ::getuid()), "");
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", dir / "missing", ::getuid()), "");
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", "", ::getuid()), "");
 }
 
 TEST(TemporaryDirectory, ProcessFolderIsPrivateAndTheSameForEveryThread) {
