@@ -39,10 +39,10 @@ const std::vector<std::uint8_t>& arrayBytes(std::size_t count) {
     static std::map<std::size_t, std::vector<std::uint8_t>> made;
     auto& bytes = made[count];
     if (bytes.empty()) {
-        PlistArray array;
+        platform::PlistArray array;
         array.reserve(count);
         for (std::size_t i = 0; i < count; ++i) array.emplace_back(shortString(i));
-        bytes = PropertyList::toBinary(PlistValue(std::move(array)));
+        bytes = platform::PropertyList::toBinary(platform::PlistValue(std::move(array)));
     }
     return bytes;
 }
@@ -85,8 +85,9 @@ void BM_ParseBinaryStringArray(benchmark::State& state) {
     const auto count = static_cast<std::size_t>(state.range(0));
     const std::vector<std::uint8_t>& bytes = arrayBytes(count);
     for (auto _ : state) {
-        const std::optional<PlistValue> value = PropertyList::parse(bytes.data(), bytes.size());
-        const PlistArray* array = value ? value->asArray() : nullptr;
+        const std::optional<platform::PlistValue> value =
+            platform::PropertyList::parse(bytes.data(), bytes.size());
+        const platform::PlistArray* array = value ? value->asArray() : nullptr;
         const std::string* last = array && !array->empty() ? array->back().asString() : nullptr;
         if (last == nullptr || array->size() != count || *last != shortString(count - 1)) {
             state.SkipWithError("the array did not read back");
@@ -127,9 +128,10 @@ void BM_RefuseExpandingList(benchmark::State& state) {
         expanding::plainArray(size), expanding::infoPlist(size), expanding::commandArchive(size)};
     const std::vector<std::uint8_t>& bytes = shapes[state.range(0)];
     for (auto _ : state) {
-        const bool read = state.range(0) == 2
-                              ? KeyedArchive::unarchiveObjectWithData(bytes).has_value()
-                              : PropertyList::parse(bytes.data(), bytes.size()).has_value();
+        const bool read =
+            state.range(0) == 2
+                ? KeyedArchive::unarchiveObjectWithData(bytes).has_value()
+                : platform::PropertyList::parse(bytes.data(), bytes.size()).has_value();
         if (read) {
             state.SkipWithError("an expanding list was read");
             break;

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "ui/MarkupStyler.h"
 #include "platform/Utf8.h"
+#include "ui/MarkupStyler.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ const MarkupStyler& styler() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     const AttributedString converted = styler().convertString(input);
-    if (converted.length() != Utf8::utf16Length(converted.string())) __builtin_trap();
+    if (converted.length() != platform::Utf8::utf16Length(converted.string())) __builtin_trap();
     std::size_t next = 0;
     for (const AttributeRun& run : converted.runs()) {
         if (run.location != next || run.length == 0) __builtin_trap();
@@ -39,6 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (next != converted.length()) __builtin_trap();
 
     const AttributedString escaped = styler().convertString(MarkupStyler::prepareString(input));
-    if (escaped.string() != Utf8::sanitized(input) || escaped.runs().size() > 1) __builtin_trap();
+    if (escaped.string() != platform::Utf8::sanitized(input) || escaped.runs().size() > 1)
+        __builtin_trap();
     return 0;
 }

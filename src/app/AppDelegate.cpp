@@ -54,7 +54,7 @@ void AppDelegate::openFiles(const std::vector<std::string>& paths) {
 }
 
 void AppDelegate::processOpenFileWithPath(const std::string& path) {
-    if (PathUtils::pathExtension(path) != FileMessage::kMessageExtension) return;
+    if (platform::PathUtils::pathExtension(path) != FileMessage::kMessageExtension) return;
     // Whoever can write to the sender's folder decides what is read, and a
     // read can be slow: the window must not wait for it. One serial queue
     // and the main queue behind it keep the commands in arrival order.
@@ -76,8 +76,8 @@ void AppDelegate::applyCommand(const std::shared_ptr<const FileMessage>& message
     std::vector<std::string> paths;
     if (!FileMessage::ReadExcludePaths(&paths, message)) return;
     for (const std::string& excluded : paths) {
-        const std::string name =
-            PathUtils::stringByDeletingPathExtension(PathUtils::lastPathComponent(excluded));
+        const std::string name = platform::PathUtils::stringByDeletingPathExtension(
+            platform::PathUtils::lastPathComponent(excluded));
         m_arrExcluders.push_back(std::make_shared<NameExcluder>(name));
     }
 }

@@ -32,7 +32,8 @@ QByteArray encode(const std::vector<std::string>& paths) {
 std::vector<std::string> decode(const QByteArray& payload) {
     std::vector<std::string> paths;
     for (const QByteArray& part : payload.split('\0')) {
-        if (!part.isEmpty() && part.front() == '/') paths.emplace_back(part.constData(), part.size());
+        if (!part.isEmpty() && part.front() == '/')
+            paths.emplace_back(part.constData(), part.size());
     }
     return paths;
 }
@@ -47,7 +48,7 @@ bool isSameUser(const QLocalSocket& socket) {
 class Exchange : public QObject {
 public:
     Exchange(QLocalSocket* socket, OpenFileChannel::Receiver receiver)
-        : QObject(socket), m_pSocket(socket), m_pReceiver(std::move(receiver)) {
+        : QObject(socket), m_pSocket(socket), m_fnReceiver(std::move(receiver)) {
         connect(socket, &QLocalSocket::readyRead, this, [this] { read(); });
         connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
         QTimer::singleShot(kExchangeMilliseconds, this, [this] { m_pSocket->abort(); });
@@ -56,28 +57,29 @@ public:
 
 private:
     void read() {
-        m_buffer.append(m_pSocket->readAll());
-        if (m_buffer.size() < 4 || m_bDone) return;
+        m_arrBuffer.append(m_pSocket->readAll());
+        if (m_arrBuffer.size() < 4 || m_bDone) return;
         std::uint32_t length = 0;
         for (int i = 0; i < 4; ++i) {
-            length |= static_cast<std::uint32_t>(static_cast<unsigned char>(m_buffer[i])) << (8 * i);
+            length |= static_cast<std::uint32_t>(static_cast<unsigned char>(m_arrBuffer[i]))
+                      << (8 * i);
         }
         if (length > OpenFileChannel::kMaxMessageBytes) {
             m_pSocket->abort();
             return;
         }
-        if (static_cast<std::uint64_t>(m_buffer.size()) < 4ull + length) return;
+        if (static_cast<std::uint64_t>(m_arrBuffer.size()) < 4ull + length) return;
         m_bDone = true;
-        std::vector<std::string> paths = decode(m_buffer.mid(4, length));
+        std::vector<std::string> paths = decode(m_arrBuffer.mid(4, length));
         m_pSocket->write(&kAcknowledgement, 1);
         m_pSocket->flush();
         m_pSocket->disconnectFromServer();
-        if (m_pReceiver && !paths.empty()) m_pReceiver(std::move(paths));
+        if (m_fnReceiver && !paths.empty()) m_fnReceiver(std::move(paths));
     }
 
     QLocalSocket* m_pSocket;
-    OpenFileChannel::Receiver m_pReceiver;
-    QByteArray m_buffer;
+    OpenFileChannel::Receiver m_fnReceiver;
+    QByteArray m_arrBuffer;
     bool m_bDone = false;
 };
 
@@ -90,7 +92,7 @@ std::string OpenFileChannel::defaultSocketPath() {
 }
 
 OpenFileChannel::OpenFileChannel(std::string socketPath, std::chrono::milliseconds answerTimeout)
-    : m_sSocketPath(std::move(socketPath)), m_answerTimeout(answerTimeout) {}
+    : m_sSocketPath(std::move(socketPath)), m_nAnswerTimeout(answerTimeout) {}
 
 OpenFileChannel::~OpenFileChannel() {
     if (m_pServer) m_pServer->close();  // also removes the socket file
@@ -109,7 +111,7 @@ OpenFileChannel::Forwarding OpenFileChannel::forward(const std::vector<std::stri
     // socket over even if the exchange fails.
     if (!isSameUser(socket)) return Forwarding::Unanswered;
     socket.write(encode(paths));
-    const int waitMilliseconds = static_cast<int>(m_answerTimeout.count());
+    const int waitMilliseconds = static_cast<int>(m_nAnswerTimeout.count());
     if (!socket.waitForBytesWritten(waitMilliseconds)) return Forwarding::Unanswered;
     while (socket.bytesAvailable() < 1) {
         if (!socket.waitForReadyRead(waitMilliseconds)) return Forwarding::Unanswered;
@@ -121,7 +123,7 @@ OpenFileChannel::Forwarding OpenFileChannel::forward(const std::vector<std::stri
 
 bool OpenFileChannel::listen(Receiver receiver) {
     if (m_sSocketPath.empty()) return false;
-    m_pReceiver = std::move(receiver);
+    m_fnReceiver = std::move(receiver);
     m_pServer = std::make_unique<QLocalServer>();
     m_pServer->setSocketOptions(QLocalServer::UserAccessOption);
     // Whatever is left at the path belongs to an agent that is gone: a live
@@ -162,6 +164,6 @@ void OpenFileChannel::accept() {
             socket->deleteLater();
             continue;
         }
-        new Exchange(socket, m_pReceiver);
+        new Exchange(socket, m_fnReceiver);
     }
 }

@@ -56,7 +56,7 @@ private:
     void accept();
 
     std::string m_sSocketPath;
-    std::chrono::milliseconds m_answerTimeout;
-    Receiver m_pReceiver;
+    std::chrono::milliseconds m_nAnswerTimeout;
+    Receiver m_fnReceiver;
     std::unique_ptr<QLocalServer> m_pServer;
 };

@@ -3,7 +3,7 @@
 namespace dispatch {
 
 void BlockSchedule::add(TimePoint due, Block block, TimerHandle handle) {
-    m_queue.push(Entry{due, m_nextSequence++, std::move(block), std::move(handle)});
+    m_queue.push(Entry{due, m_nNextSequence++, std::move(block), std::move(handle)});
 }
 
 void BlockSchedule::dropCancelled() {

@@ -39,7 +39,7 @@ private:
     void dropCancelled();
 
     std::priority_queue<Entry, std::vector<Entry>, Later> m_queue;
-    std::uint64_t m_nextSequence = 0;
+    std::uint64_t m_nNextSequence = 0;
 };
 
 }  // namespace dispatch

@@ -17,7 +17,8 @@ AppGroupManager::AppGroupManager(std::optional<std::string> containerPath,
 
 std::string AppGroupManager::getTemporaryDirectory() const {
     if (m_sContainerPath && !m_sContainerPath->empty()) {
-        return PathUtils::stringByAppendingPathComponent(*m_sContainerPath, kTemporaryFolderName);
+        return platform::PathUtils::stringByAppendingPathComponent(*m_sContainerPath,
+                                                                   kTemporaryFolderName);
     }
     return platform::temporaryDirectory();
 }

@@ -16,14 +16,14 @@ bool isApplication(const std::string& path) {
         return platform::isApplicationAtPath(path);
     }
     // Older systems had no is-application value: a package named ".app".
-    const std::string last = PathUtils::lastPathComponent(path);
+    const std::string last = platform::PathUtils::lastPathComponent(path);
     return platform::isFilePackageAtPath(path) && last.size() > 4 &&
            last.compare(last.size() - 4, 4, ".app") == 0;
 }
 
 template <typename Stop>
 std::optional<std::string> walkPrefixes(const std::string& path, Stop stopAt) {
-    const std::vector<std::string> components = PathUtils::pathComponents(path);
+    const std::vector<std::string> components = platform::PathUtils::pathComponents(path);
     const std::size_t count = components.size();
     if (count == 0 || count - 1 < 2) return std::nullopt;
     // Candidates are the prefixes of 1 .. count-2 components.
@@ -31,7 +31,7 @@ std::optional<std::string> walkPrefixes(const std::string& path, Stop stopAt) {
     for (std::size_t used = 1;; ++used) {
         if (stopAt(prefix)) return prefix;
         if (used + 1 > count - 2) return std::nullopt;
-        prefix = PathUtils::stringByAppendingPathComponent(prefix, components[used]);
+        prefix = platform::PathUtils::stringByAppendingPathComponent(prefix, components[used]);
     }
 }
 

@@ -7,6 +7,10 @@
 #include "environment/StringUtils.h"
 #include "platform/UserDefaults.h"
 
+using platform::PlistArray;
+using platform::PlistDictionary;
+using platform::PlistValue;
+
 namespace DefaultsUtils {
 
 namespace {

@@ -38,19 +38,21 @@ bool getBoolValueForKey(platform::UserDefaults& defaults, const std::string& key
                         bool defaultValue);
 
 // An array as it is; anything else stored reads as an empty array.
-PlistArray getArrayValueForKey(platform::UserDefaults& defaults, const std::string& key,
-                               const PlistArray& defaultValue);
+platform::PlistArray getArrayValueForKey(platform::UserDefaults& defaults, const std::string& key,
+                                         const platform::PlistArray& defaultValue);
 
 // A dictionary as it is; anything else stored reads as an empty dictionary.
-PlistDictionary getDictionaryValueForKey(platform::UserDefaults& defaults, const std::string& key,
-                                         const PlistDictionary& defaultValue);
+platform::PlistDictionary getDictionaryValueForKey(platform::UserDefaults& defaults,
+                                                   const std::string& key,
+                                                   const platform::PlistDictionary& defaultValue);
 
 // Each stores the value under the key and synchronizes the store.
 void saveUnsignedLongLongValue(platform::UserDefaults& defaults, const std::string& key,
                                unsigned long long value);
 void saveBoolValue(platform::UserDefaults& defaults, const std::string& key, bool value);
-void saveArrayValue(platform::UserDefaults& defaults, const std::string& key, PlistArray value);
+void saveArrayValue(platform::UserDefaults& defaults, const std::string& key,
+                    platform::PlistArray value);
 void saveDictionaryValue(platform::UserDefaults& defaults, const std::string& key,
-                         PlistDictionary value);
+                         platform::PlistDictionary value);
 
 }  // namespace DefaultsUtils

@@ -8,7 +8,7 @@ MacOSVersion& MacOSVersion::GetInstance() {
 }
 
 MacOSVersion::MacOSVersion(const std::string& versionFilePath) {
-    if (auto plist = PropertyList::readFile(versionFilePath)) {
+    if (auto plist = platform::PropertyList::readFile(versionFilePath)) {
         if (const auto* dictionary = plist->asDictionary()) {
             if (auto it = dictionary->find("ProductVersion"); it != dictionary->end()) {
                 if (const auto* text = it->second.asString()) m_sMacOSVersion = *text;
@@ -97,9 +97,9 @@ std::vector<std::string> MacOSVersion::printTestToCheckMacOSVersion(
 }
 
 std::vector<std::string> MacOSVersion::runTests() const {
-    static const char* const kVersions[] = {"10.8",   "10.8.4", "10.8.4.9", "10.8.5", "10.8.6",
-                                            "10.9",   "10.9.2", "10.9.4",   "10.9.5", "10.9.6",
-                                            "10.10",  "10.10.1", "10.10.2", "10.10.4"};
+    static const char* const kVersions[] = {"10.8",  "10.8.4",  "10.8.4.9", "10.8.5", "10.8.6",
+                                            "10.9",  "10.9.2",  "10.9.4",   "10.9.5", "10.9.6",
+                                            "10.10", "10.10.1", "10.10.2",  "10.10.4"};
     std::vector<std::string> lines;
     for (const char* version : kVersions) {
         for (auto& line : printTestToCheckMacOSVersion(version)) lines.push_back(std::move(line));

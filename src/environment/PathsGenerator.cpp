@@ -25,7 +25,7 @@ std::optional<std::string> systemApplicationSupportDirectory(const std::string& 
         return std::string(data);
     }
     if (home.empty()) return std::nullopt;
-    return PathUtils::stringByAppendingPathComponent(home, ".local/share");
+    return platform::PathUtils::stringByAppendingPathComponent(home, ".local/share");
 }
 
 }  // namespace
@@ -36,7 +36,8 @@ PathsGenerator& PathsGenerator::GetInstance() {
         std::string name = entry ? entry->userName : std::string();
         std::string home = entry ? entry->homeDirectory : std::string();
         if (name.empty()) name = fallbackUserName();
-        if (home.empty()) home = PathUtils::stringByAppendingPathComponent("/Users", name);
+        if (home.empty())
+            home = platform::PathUtils::stringByAppendingPathComponent("/Users", name);
         auto support = systemApplicationSupportDirectory(home);
         return PathsGenerator(std::move(name), std::move(home), std::move(support));
     }();
@@ -48,7 +49,7 @@ PathsGenerator::PathsGenerator(std::string userName, std::string homeDirectory,
     : m_sUserName(std::move(userName)),
       m_sHomeDirectory(std::move(homeDirectory)),
       m_sSystemApplicationSupportDirectory(std::move(applicationSupportBase)) {
-    using PathUtils::stringByAppendingPathComponent;
+    using platform::PathUtils::stringByAppendingPathComponent;
     m_sUserApplicationDirectory = stringByAppendingPathComponent(m_sHomeDirectory, "/Applications");
     m_sUserTrashDirectory = stringByAppendingPathComponent(m_sHomeDirectory, "/.Trash");
     m_sUserDownloadsDirectory = stringByAppendingPathComponent(m_sHomeDirectory, "Downloads");
@@ -71,15 +72,15 @@ std::optional<std::string> PathsGenerator::buildApplicationFolderPathInApplicati
     if (!bundle) return std::nullopt;
     auto identifier = bundle->bundleIdentifier();
     if (!identifier || identifier->empty()) return std::nullopt;
-    return PathUtils::stringByAppendingPathComponent(*m_sSystemApplicationSupportDirectory,
-                                                     *identifier);
+    return platform::PathUtils::stringByAppendingPathComponent(
+        *m_sSystemApplicationSupportDirectory, *identifier);
 }
 
 std::optional<std::string> PathsGenerator::buildFolderInApplicationSupportWithName(
     const std::string& name) const {
     auto base = buildApplicationFolderPathInApplicationSupport();
     if (!base) return std::nullopt;
-    std::string folder = PathUtils::stringByAppendingPathComponent(*base, name);
+    std::string folder = platform::PathUtils::stringByAppendingPathComponent(*base, name);
     std::error_code ignored;  // failure is deliberately not checked
     std::filesystem::create_directories(folder, ignored);
     return folder;
@@ -87,5 +88,5 @@ std::optional<std::string> PathsGenerator::buildFolderInApplicationSupportWithNa
 
 std::string PathsGenerator::expandTildeInPath(const std::string& path) const {
     if (path.size() < 2 || path[0] != '~' || path[1] != '/') return path;
-    return PathUtils::stringByAppendingPathComponent(m_sHomeDirectory, path.substr(2));
+    return platform::PathUtils::stringByAppendingPathComponent(m_sHomeDirectory, path.substr(2));
 }

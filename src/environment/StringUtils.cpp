@@ -49,34 +49,36 @@ std::string stringByReplacingFirstOccuranceOfString(const std::string& s, const 
 }
 
 std::string convertToStringFromFileSize(std::int64_t bytes) {
-    return ByteCountFormatter::stringFromByteCount(bytes);
+    return platform::ByteCountFormatter::stringFromByteCount(bytes);
 }
 
 std::string convertToStringFromFileSize(std::int64_t bytes, const std::string& localeName) {
-    return ByteCountFormatter::stringFromByteCount(bytes, localeName);
+    return platform::ByteCountFormatter::stringFromByteCount(bytes, localeName);
 }
 
 std::string getNameForCopiedFile(const std::string& name, const std::string& folder) {
-    if (!existsWithoutFollowingLink(PathUtils::stringByAppendingPathComponent(folder, name))) {
+    if (!existsWithoutFollowingLink(
+            platform::PathUtils::stringByAppendingPathComponent(folder, name))) {
         return name;
     }
-    const std::string base = PathUtils::stringByDeletingPathExtension(name);
-    const std::string extension = PathUtils::pathExtension(name);
+    const std::string base = platform::PathUtils::stringByDeletingPathExtension(name);
+    const std::string extension = platform::PathUtils::pathExtension(name);
     for (long number = 2;; ++number) {
         const std::string numbered = base + " " + std::to_string(number);
         const std::string candidate =
-            PathUtils::stringByAppendingPathExtension(numbered, extension).value_or(numbered);
+            platform::PathUtils::stringByAppendingPathExtension(numbered, extension)
+                .value_or(numbered);
         if (!existsWithoutFollowingLink(
-                PathUtils::stringByAppendingPathComponent(folder, candidate))) {
+                platform::PathUtils::stringByAppendingPathComponent(folder, candidate))) {
             return candidate;
         }
     }
 }
 
 std::string getDisplayNameAtPath(const std::string& path) {
-    const std::string name = PathUtils::lastPathComponent(path);
-    if (PathUtils::pathExtension(name) == "app")
-        return PathUtils::stringByDeletingPathExtension(name);
+    const std::string name = platform::PathUtils::lastPathComponent(path);
+    if (platform::PathUtils::pathExtension(name) == "app")
+        return platform::PathUtils::stringByDeletingPathExtension(name);
     return name;
 }
 

@@ -18,7 +18,7 @@ std::string helperExecutablePath(const std::string& helperId) {
     auto main = platform::Bundle::mainBundle();
     if (!main) return {};
     if (main->bundleIdentifier() == helperId) return main->executablePath();
-    const std::string loginItems = PathUtils::stringByAppendingPathComponent(
+    const std::string loginItems = platform::PathUtils::stringByAppendingPathComponent(
         main->path(), "Contents/Library/LoginItems/Sweepwell Helper.app");
     auto helper = platform::Bundle::bundleWithPath(loginItems);
     if (helper && helper->bundleIdentifier() == helperId) return helper->executablePath();

@@ -1,5 +1,9 @@
 #include "messages/ArchivedObject.h"
 
+using platform::PlistArray;
+using platform::PlistDictionary;
+using platform::PlistValue;
+
 ArchivedObject::ArchivedObject(PlistValue value) {
     if (PlistArray* array = value.asArray()) {
         Array elements;

@@ -35,9 +35,9 @@ public:
     ArchivedObject() = default;
     // A property-list value, containers converted element by element (a
     // dictionary's keys become string objects); none becomes the null object.
-    ArchivedObject(PlistValue value);
-    ArchivedObject(const char* value) : ArchivedObject(PlistValue(value)) {}
-    ArchivedObject(std::string value) : ArchivedObject(PlistValue(std::move(value))) {}
+    ArchivedObject(platform::PlistValue value);
+    ArchivedObject(const char* value) : ArchivedObject(platform::PlistValue(value)) {}
+    ArchivedObject(std::string value) : ArchivedObject(platform::PlistValue(std::move(value))) {}
     ArchivedObject(Array array) : m_value(std::move(array)) {}
     ArchivedObject(Dictionary dictionary) : m_value(std::move(dictionary)) {}
     ArchivedObject(Instance instance) : m_value(std::move(instance)) {}
@@ -46,7 +46,9 @@ public:
     bool isNull() const { return kind() == Kind::Null; }
 
     // A plain value; never a container, a UID or none.
-    const PlistValue* asValue() const { return std::get_if<PlistValue>(&m_value); }
+    const platform::PlistValue* asValue() const {
+        return std::get_if<platform::PlistValue>(&m_value);
+    }
     const std::string* asString() const;
     const Array* asArray() const { return std::get_if<Array>(&m_value); }
     const Dictionary* asDictionary() const { return std::get_if<Dictionary>(&m_value); }
@@ -58,11 +60,11 @@ public:
 
     // The same tree as a property-list value: nullopt when it holds something
     // a property list cannot (the null object, an instance, a non-string key).
-    std::optional<PlistValue> toPlistValue() const;
+    std::optional<platform::PlistValue> toPlistValue() const;
 
     bool operator==(const ArchivedObject&) const = default;
 
 private:
     // The order of the alternatives follows Kind.
-    std::variant<std::monostate, PlistValue, Array, Dictionary, Instance> m_value;
+    std::variant<std::monostate, platform::PlistValue, Array, Dictionary, Instance> m_value;
 };

@@ -27,7 +27,7 @@ const std::string* commandOf(const std::shared_ptr<const FileMessage>& message) 
 }  // namespace
 
 FileMessage::FileMessage(std::int64_t type, MessageEnvironment environment)
-    : _type(type), m_pEnvironment(std::move(environment)) {}
+    : m_nType(type), m_environment(std::move(environment)) {}
 
 std::shared_ptr<FileMessage> FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
     const ArchivedObject::Array& paths, MessageEnvironment environment) {
@@ -103,43 +103,43 @@ void FileMessage::setData(std::shared_ptr<const ArchivedObject> data) {
 }
 
 std::optional<std::string> FileMessage::receiverAppBundleId() const {
-    if (_type != kTypeForHelper) return std::nullopt;
-    return m_pEnvironment.helperAppBundleId;
+    if (m_nType != kTypeForHelper) return std::nullopt;
+    return m_environment.helperAppBundleId;
 }
 
 std::optional<std::string> FileMessage::messageExtension() const {
-    if (_type != kTypeForHelper) return std::nullopt;
+    if (m_nType != kTypeForHelper) return std::nullopt;
     return std::string(kMessageExtension);
 }
 
 void FileMessage::transmit() const {
-    if (!data() || _type != kTypeForHelper) return;
+    if (!data() || m_nType != kTypeForHelper) return;
     const auto application = getAppPathForMessage();
     if (!application) return;
     const auto file = saveToFile();
     if (!file) return;
-    (void)platform::Workspace::openFile(*file, *application, m_pEnvironment.trust);
+    (void)platform::Workspace::openFile(*file, *application, m_environment.trust);
 }
 
 std::optional<std::string> FileMessage::getAppPathForMessage() const {
     const auto receiver = receiverAppBundleId();
     if (!receiver) return std::nullopt;
     // Every route answers only a copy that no other user could have planted.
-    std::optional<std::string> candidate = m_pEnvironment.runningCopyToStart(*receiver);
-    if (*receiver == m_pEnvironment.mainAppBundleId && !candidate) {
-        candidate = m_pEnvironment.startable(findRelativeAppWithBundleId(*receiver));
-        if (!candidate) candidate = m_pEnvironment.installedCopyToStart(*receiver);
+    std::optional<std::string> candidate = m_environment.runningCopyToStart(*receiver);
+    if (*receiver == m_environment.mainAppBundleId && !candidate) {
+        candidate = m_environment.startable(findRelativeAppWithBundleId(*receiver));
+        if (!candidate) candidate = m_environment.installedCopyToStart(*receiver);
     }
     return candidate;
 }
 
 std::optional<std::string> FileMessage::findRelativeAppWithBundleId(
     const std::string& bundleId) const {
-    if (m_pEnvironment.ownBundleId != m_pEnvironment.helperAppBundleId ||
-        bundleId != m_pEnvironment.mainAppBundleId) {
+    if (m_environment.ownBundleId != m_environment.helperAppBundleId ||
+        bundleId != m_environment.mainAppBundleId) {
         return std::nullopt;
     }
-    auto enclosing = ApplicationDirectoryUtils::parentAppPathForPath(m_pEnvironment.ownBundlePath);
+    auto enclosing = ApplicationDirectoryUtils::parentAppPathForPath(m_environment.ownBundlePath);
     if (!enclosing) return std::nullopt;
     auto bundle = platform::Bundle::bundleWithPath(*enclosing);
     if (!bundle || bundle->bundleIdentifier() != bundleId) return std::nullopt;
@@ -147,7 +147,7 @@ std::optional<std::string> FileMessage::findRelativeAppWithBundleId(
 }
 
 std::optional<std::string> FileMessage::saveToFile() const {
-    const std::string& folder = m_pEnvironment.messageFolder;
+    const std::string& folder = m_environment.messageFolder;
     const auto body = data();
     if (folder.empty() || !body) return std::nullopt;
     MessageFileUtils::createFolder(folder);
@@ -157,7 +157,7 @@ std::optional<std::string> FileMessage::saveToFile() const {
     if (!extension) return std::nullopt;
     const std::string name = createUniqueFileNameInFolder(folder, *extension);
     if (name.empty()) return std::nullopt;
-    const std::string path = PathUtils::stringByAppendingPathComponent(folder, name);
+    const std::string path = platform::PathUtils::stringByAppendingPathComponent(folder, name);
     const std::string_view contents(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (!MessageFileUtils::writeFileAtomically(path, contents)) return std::nullopt;
     return path;
@@ -166,10 +166,11 @@ std::optional<std::string> FileMessage::saveToFile() const {
 std::string FileMessage::createUniqueFileNameInFolder(const std::string& folder,
                                                       const std::string& extension) {
     for (;;) {
-        const auto name = PathUtils::stringByAppendingPathExtension(getRandomString(), extension);
+        const auto name =
+            platform::PathUtils::stringByAppendingPathExtension(getRandomString(), extension);
         if (!name) return {};
         if (!MessageFileUtils::existsWithoutFollowingLink(
-                PathUtils::stringByAppendingPathComponent(folder, *name))) {
+                platform::PathUtils::stringByAppendingPathComponent(folder, *name))) {
             return *name;
         }
     }

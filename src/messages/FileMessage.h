@@ -60,7 +60,7 @@ public:
     // on a slow disk: callers keep it off the main thread.
     static std::shared_ptr<FileMessage> loadFromFile(const std::optional<std::string>& path);
 
-    std::int64_t type() const { return _type; }
+    std::int64_t type() const { return m_nType; }
     // The body; null when there is none. Safe to call from any thread.
     std::shared_ptr<const ArchivedObject> data() const;
     void setData(std::shared_ptr<const ArchivedObject> data);
@@ -100,8 +100,8 @@ public:
     static std::string getRandomString();
 
 private:
-    const std::int64_t _type;
-    const MessageEnvironment m_pEnvironment;
+    const std::int64_t m_nType;
+    const MessageEnvironment m_environment;
     mutable std::mutex m_dataLock;
     std::shared_ptr<const ArchivedObject> m_pData;
 };

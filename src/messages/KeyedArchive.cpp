@@ -7,6 +7,13 @@
 
 #include "platform/PropertyList.h"
 
+using platform::PlistArray;
+using platform::PlistData;
+using platform::PlistDate;
+using platform::PlistDictionary;
+using platform::PlistUid;
+using platform::PlistValue;
+
 namespace KeyedArchive {
 
 namespace {
@@ -179,7 +186,7 @@ public:
     // a bound, not an exact figure.
     bool fitsTheByteBudget(std::uint64_t uid) {
         m_arrExpanded.assign(m_arrObjects.size(), kUncounted);
-        return expandedBytes(uid, 0) <= PropertyList::kMaxExpandedBytes;
+        return expandedBytes(uid, 0) <= platform::PropertyList::kMaxExpandedBytes;
     }
 
     // False on a fault. `out` is nullopt for nil.
@@ -196,7 +203,7 @@ public:
 
 private:
     static constexpr std::uint64_t kUncounted = ~std::uint64_t{0};
-    static constexpr std::uint64_t kOverBudget = PropertyList::kMaxExpandedBytes + 1;
+    static constexpr std::uint64_t kOverBudget = platform::PropertyList::kMaxExpandedBytes + 1;
 
     static std::uint64_t add(std::uint64_t a, std::uint64_t b) {
         return std::min(a + b, kOverBudget);  // both are at most kOverBudget
@@ -444,7 +451,7 @@ std::optional<PlistValue> archivedRootObject(const ArchivedObject& root) {
 std::vector<std::uint8_t> archivedDataWithRootObject(const ArchivedObject& root) {
     auto archive = archivedRootObject(root);
     if (!archive) return {};
-    return PropertyList::toBinary(*archive);
+    return platform::PropertyList::toBinary(*archive);
 }
 
 std::optional<ArchivedObject> unarchiveObjectWithArchive(const PlistValue& archive) {
@@ -471,7 +478,7 @@ std::optional<ArchivedObject> unarchiveObjectWithArchive(const PlistValue& archi
 }
 
 std::optional<ArchivedObject> unarchiveObjectWithData(const std::uint8_t* data, std::size_t size) {
-    auto archive = PropertyList::parse(data, size);
+    auto archive = platform::PropertyList::parse(data, size);
     if (!archive) return std::nullopt;
     return unarchiveObjectWithArchive(*archive);
 }

@@ -21,7 +21,7 @@
 // any fault answers nullopt, and so do UIDs out of range, reference cycles,
 // nesting deeper than kMaxDepth and graphs that would expand to more than
 // kMaxObjects objects or more than the property-list reader's byte budget
-// (PropertyList::kMaxExpandedBytes) of strings, data and names.
+// (platform::PropertyList::kMaxExpandedBytes) of strings, data and names.
 namespace KeyedArchive {
 
 inline constexpr std::size_t kMaxDepth = 256;
@@ -33,7 +33,7 @@ inline constexpr std::int64_t kVersion = 100000;
 // arrays as NSArray and dictionaries as NSDictionary; equal strings are
 // stored once. nullopt for what is not written here: a UID, an instance (its
 // fields' layout is its class's business), or a tree deeper than kMaxDepth.
-std::optional<PlistValue> archivedRootObject(const ArchivedObject& root);
+std::optional<platform::PlistValue> archivedRootObject(const ArchivedObject& root);
 // The archive written as a binary property list, as the archiver writes it;
 // empty when it cannot be made (see above, and strings that are not UTF-8).
 std::vector<std::uint8_t> archivedDataWithRootObject(const ArchivedObject& root);
@@ -47,7 +47,7 @@ std::vector<std::uint8_t> archivedDataWithRootObject(const ArchivedObject& root)
 // become those objects; any other class becomes an instance. A nil element
 // inside an array or dictionary makes the archive unreadable, as it would
 // make the platform's collections fail.
-std::optional<ArchivedObject> unarchiveObjectWithArchive(const PlistValue& archive);
+std::optional<ArchivedObject> unarchiveObjectWithArchive(const platform::PlistValue& archive);
 std::optional<ArchivedObject> unarchiveObjectWithData(const std::uint8_t* data, std::size_t size);
 inline std::optional<ArchivedObject> unarchiveObjectWithData(
     const std::vector<std::uint8_t>& data) {

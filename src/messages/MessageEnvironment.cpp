@@ -16,8 +16,8 @@ MessageEnvironment MessageEnvironment::standard() {
     // empty folder makes every write fail.
     const std::string temporary = platform::temporaryDirectory();
     if (!temporary.empty()) {
-        environment.messageFolder =
-            PathUtils::stringByAppendingPathComponent(temporary, environment.helperAppBundleId);
+        environment.messageFolder = platform::PathUtils::stringByAppendingPathComponent(
+            temporary, environment.helperAppBundleId);
     }
     if (auto bundle = platform::Bundle::mainBundle()) {
         environment.ownBundlePath = bundle->path();

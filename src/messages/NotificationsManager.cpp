@@ -11,18 +11,18 @@ NotificationsManager& NotificationsManager::GetInstance() {
 }
 
 NotificationsManager::NotificationsManager(MessageEnvironment environment)
-    : m_pEnvironment(std::move(environment)) {}
+    : m_environment(std::move(environment)) {}
 
 std::optional<std::string> NotificationsManager::findMainApplication() const {
-    const std::string& mainId = m_pEnvironment.mainAppBundleId;
+    const std::string& mainId = m_environment.mainAppBundleId;
     // Only copies that no other user could have planted or changed count,
     // whichever way they were found.
-    std::optional<std::string> candidate = m_pEnvironment.runningCopyToStart(mainId);
-    if (!candidate) candidate = m_pEnvironment.installedCopyToStart(mainId);
+    std::optional<std::string> candidate = m_environment.runningCopyToStart(mainId);
+    if (!candidate) candidate = m_environment.installedCopyToStart(mainId);
     // The copy that carries this Helper wins over any other: it is the one
     // the user installed together with it.
-    if (auto enclosing = m_pEnvironment.startable(
-            ApplicationDirectoryUtils::parentAppPathForPath(m_pEnvironment.ownBundlePath))) {
+    if (auto enclosing = m_environment.startable(
+            ApplicationDirectoryUtils::parentAppPathForPath(m_environment.ownBundlePath))) {
         auto bundle = platform::Bundle::bundleWithPath(*enclosing);
         if (bundle && bundle->bundleIdentifier() == mainId) candidate = *enclosing;
     }
@@ -36,7 +36,7 @@ void NotificationsManager::removeFilePaths(
     if (!application) return;
     WatcherMessage message;
     message.setPathsForRemove(paths);
-    const auto file = message.saveForTransmit(m_pEnvironment.messageFolder);
+    const auto file = message.saveForTransmit(m_environment.messageFolder);
     (void)platform::Workspace::openFile(file.value_or(*application), *application,
-                                        m_pEnvironment.trust);
+                                        m_environment.trust);
 }

@@ -29,5 +29,5 @@ public:
     std::optional<std::string> findMainApplication() const;
 
 private:
-    MessageEnvironment m_pEnvironment;
+    MessageEnvironment m_environment;
 };

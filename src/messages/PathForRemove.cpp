@@ -82,7 +82,7 @@ std::shared_ptr<PathForRemove> PathForRemove::createFromDictionary(const nlohman
 nlohmann::json PathForRemove::toDictionary() const {
     // A Linux file name may hold any byte, but JSON text carries only UTF-8:
     // such an entry cannot be written and is left out of the list.
-    if (!Utf8::isValid(m_sPath) || !Utf8::isValid(m_sBundleId)) return nullptr;
+    if (!platform::Utf8::isValid(m_sPath) || !platform::Utf8::isValid(m_sBundleId)) return nullptr;
     nlohmann::json object = nlohmann::json::object();
     object["type"] = std::to_string(m_nType);
     if (m_bIsSizeCalculated) object["size"] = std::to_string(m_nSize);

@@ -52,7 +52,7 @@ std::optional<std::string> WatcherMessage::saveForTransmit(const std::string& fo
     MessageFileUtils::createFolder(folder);
     const auto text = messageText();
     if (!text) return std::nullopt;
-    const std::string path = PathUtils::stringByAppendingPathComponent(
+    const std::string path = platform::PathUtils::stringByAppendingPathComponent(
         folder, createUniqueFileNameInFolder(folder, kFileSuffix));
     if (!MessageFileUtils::writeFileAtomically(path, *text)) return std::nullopt;
     return path;
@@ -67,7 +67,7 @@ bool WatcherMessage::loadFromPath(const std::string& path) {
 }
 
 bool WatcherMessage::loadFromText(const std::string& text) {
-    if (!Utf8::isValid(text)) return false;
+    if (!platform::Utf8::isValid(text)) return false;
     const std::string header = getProtocolName2() + "\n";
     if (text.compare(0, header.size(), header) != 0) return false;
 
@@ -93,7 +93,7 @@ std::string WatcherMessage::createUniqueFileNameInFolder(const std::string& fold
     for (;;) {
         std::string name = getRandomString() + suffix;
         if (!MessageFileUtils::existsWithoutFollowingLink(
-                PathUtils::stringByAppendingPathComponent(folder, name))) {
+                platform::PathUtils::stringByAppendingPathComponent(folder, name))) {
             return name;
         }
     }

@@ -41,10 +41,10 @@ BundleTrust::FileSystem BundleTrust::FileSystem::real() {
 BundleTrust::BundleTrust() : BundleTrust(::getuid(), "/") {}
 
 BundleTrust::BundleTrust(uid_t uid, std::string trustedRoot, FileSystem fileSystem)
-    : m_nUid(uid), m_pFileSystem(std::move(fileSystem)) {
+    : m_nUid(uid), m_fileSystem(std::move(fileSystem)) {
     // A root that cannot be resolved stops nothing early: the walk then goes
     // all the way up, which is the stricter answer.
-    m_sTrustedRoot = m_pFileSystem.resolve(trustedRoot).value_or("/");
+    m_sTrustedRoot = m_fileSystem.resolve(trustedRoot).value_or("/");
 }
 
 bool BundleTrust::isSafeEntry(const struct stat& info) const {
@@ -53,11 +53,11 @@ bool BundleTrust::isSafeEntry(const struct stat& info) const {
 }
 
 bool BundleTrust::isTrustedPath(const std::string& path) const {
-    const auto resolved = m_pFileSystem.resolve(path);
+    const auto resolved = m_fileSystem.resolve(path);
     if (!resolved || resolved->empty() || resolved->front() != '/') return false;
     std::string current = *resolved;
     for (bool first = true;; first = false) {
-        const auto info = m_pFileSystem.lstat(current);
+        const auto info = m_fileSystem.lstat(current);
         if (!info || !isSafeEntry(*info)) return false;
         const bool acceptedType = S_ISDIR(info->st_mode) || (first && S_ISREG(info->st_mode));
         if (!acceptedType) return false;
@@ -69,25 +69,25 @@ bool BundleTrust::isTrustedPath(const std::string& path) const {
 
 std::optional<std::string> BundleTrust::trustedExecutableOfBundle(
     const std::string& bundlePath) const {
-    const auto bundleFolder = m_pFileSystem.resolve(bundlePath);
+    const auto bundleFolder = m_fileSystem.resolve(bundlePath);
     if (!bundleFolder) return std::nullopt;
     auto bundle = Bundle::bundleWithPath(*bundleFolder);
     if (!bundle) return std::nullopt;
     const std::string executable = bundle->executablePath();
     if (executable.empty()) return std::nullopt;
-    const auto resolved = m_pFileSystem.resolve(executable);
+    const auto resolved = m_fileSystem.resolve(executable);
     // A link from inside the bundle to a program elsewhere is refused: the
     // bundle would then vouch for a file it does not hold.
     if (!resolved || !isInside(*resolved, *bundleFolder)) return std::nullopt;
-    const auto info = m_pFileSystem.lstat(*resolved);
+    const auto info = m_fileSystem.lstat(*resolved);
     if (!info || !S_ISREG(info->st_mode) || !isTrustedPath(*resolved)) return std::nullopt;
     return resolved;
 }
 
 std::optional<std::string> BundleTrust::trustedProgram(const std::string& application) const {
-    const auto resolved = m_pFileSystem.resolve(application);
+    const auto resolved = m_fileSystem.resolve(application);
     if (!resolved) return std::nullopt;
-    const auto info = m_pFileSystem.lstat(*resolved);
+    const auto info = m_fileSystem.lstat(*resolved);
     if (!info) return std::nullopt;
     if (S_ISDIR(info->st_mode)) return trustedExecutableOfBundle(*resolved);
     if (S_ISREG(info->st_mode) && isTrustedPath(*resolved)) return resolved;

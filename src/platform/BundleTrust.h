@@ -54,7 +54,7 @@ private:
 
     uid_t m_nUid;
     std::string m_sTrustedRoot;
-    FileSystem m_pFileSystem;
+    FileSystem m_fileSystem;
 };
 
 }  // namespace platform

@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace ByteCountFormatter {
+namespace platform::ByteCountFormatter {
 
 namespace {
 
@@ -180,4 +180,4 @@ std::string stringFromByteCount(std::int64_t bytes, const std::string& localeNam
     return localizedText(amount, locale).value_or(englishText(amount));
 }
 
-}  // namespace ByteCountFormatter
+}  // namespace platform::ByteCountFormatter

@@ -17,9 +17,9 @@
 // the digit ("0 kB"). Locale names are ICU's or POSIX's ("de", "pt_BR",
 // "zh_Hans", "fr-CA"); an empty or English name gives the English text, and a
 // name ICU does not know gives its root locale's.
-namespace ByteCountFormatter {
+namespace platform::ByteCountFormatter {
 
 std::string stringFromByteCount(std::int64_t bytes);
 std::string stringFromByteCount(std::int64_t bytes, const std::string& localeName);
 
-}  // namespace ByteCountFormatter
+}  // namespace platform::ByteCountFormatter

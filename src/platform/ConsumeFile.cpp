@@ -14,17 +14,17 @@ namespace {
 
 class Descriptor {
 public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
+    explicit Descriptor(int fd) : m_nFD(fd) {}
     ~Descriptor() {
-        if (m_fd >= 0) ::close(m_fd);
+        if (m_nFD >= 0) ::close(m_nFD);
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_fd; }
-    explicit operator bool() const { return m_fd >= 0; }
+    int get() const { return m_nFD; }
+    explicit operator bool() const { return m_nFD >= 0; }
 
 private:
-    int m_fd;
+    int m_nFD;
 };
 
 bool sameEntry(const struct stat& a, const struct stat& b) {

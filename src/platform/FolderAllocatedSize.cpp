@@ -108,35 +108,35 @@ bool holdsTheHome(const struct stat& folder, std::string home) {
 class Walker {
 public:
     Walker(DescendRule descend, dev_t device, const std::atomic<bool>* abandoned)
-        : m_descend(descend),
-          m_device(device),
-          m_abandoned(abandoned),
-          m_buffer(new char[kReadBufferSize]) {}
+        : m_eDescend(descend),
+          m_nDevice(device),
+          m_pAbandoned(abandoned),
+          m_pBuffer(new char[kReadBufferSize]) {}
 
     std::uint64_t walk(int rootFd) {
-        m_depth = 0;
+        m_nDepth = 0;
         push(rootFd);
         while (true) {
-            Frame& frame = m_frames[m_depth];
+            Frame& frame = m_arrFrames[m_nDepth];
             if (frame.next < frame.names.size()) {
-                if (m_abandoned != nullptr && m_abandoned->load(std::memory_order_relaxed)) {
+                if (m_pAbandoned != nullptr && m_pAbandoned->load(std::memory_order_relaxed)) {
                     closeAll();
-                    return m_total;
+                    return m_nTotal;
                 }
                 const char* name = frame.names.data() + frame.next;
                 frame.next += std::strlen(name) + 1;
-                const int child = openFolderAt(frame.fd, name, m_device);
+                const int child = openFolderAt(frame.fd, name, m_nDevice);
                 if (child >= 0) {
-                    ++m_depth;
+                    ++m_nDepth;
                     push(child);
                 }
                 continue;
             }
-            if (m_depth == 0) {
+            if (m_nDepth == 0) {
                 ::close(frame.fd);
-                return m_total;
+                return m_nTotal;
             }
-            if (!pop()) return m_total;
+            if (!pop()) return m_nTotal;
         }
     }
 
@@ -152,19 +152,19 @@ private:
         std::size_t next = 0;
     };
 
-    // Makes `fd` the frame at m_depth and reads its folder. Nothing else is
+    // Makes `fd` the frame at m_nDepth and reads its folder. Nothing else is
     // asked of the kernel per folder: a walk of a tree of small folders pays
     // for every call it makes here.
     void push(int fd) {
-        if (m_frames.size() <= m_depth) m_frames.resize(m_depth + 1);
-        Frame& frame = m_frames[m_depth];
+        if (m_arrFrames.size() <= m_nDepth) m_arrFrames.resize(m_nDepth + 1);
+        Frame& frame = m_arrFrames[m_nDepth];
         frame.fd = fd;
         frame.isIdentified = false;
         frame.names.clear();  // keeps its capacity for the next folder at this depth
         frame.next = 0;
         readFolder(frame);
-        if (m_depth >= kMaxOpenFolders) {
-            Frame& oldest = m_frames[m_depth - kMaxOpenFolders];
+        if (m_nDepth >= kMaxOpenFolders) {
+            Frame& oldest = m_arrFrames[m_nDepth - kMaxOpenFolders];
             struct stat info {};
             if (::fstat(oldest.fd, &info) == 0) {
                 oldest.isIdentified = true;
@@ -176,15 +176,15 @@ private:
         }
     }
 
-    // Leaves the frame at m_depth for its parent, finding the parent again
+    // Leaves the frame at m_nDepth for its parent, finding the parent again
     // when its descriptor was given up. False when the parent cannot be found
     // again as the same folder: the walk then ends with what it has.
     bool pop() {
-        Frame& frame = m_frames[m_depth];
-        Frame& parent = m_frames[m_depth - 1];
+        Frame& frame = m_arrFrames[m_nDepth];
+        Frame& parent = m_arrFrames[m_nDepth - 1];
         bool ok = true;
         if (parent.fd < 0) {
-            parent.fd = openFolderAt(frame.fd, "..", m_device);
+            parent.fd = openFolderAt(frame.fd, "..", m_nDevice);
             struct stat info {};
             if (parent.fd < 0 || !parent.isIdentified || ::fstat(parent.fd, &info) != 0 ||
                 info.st_dev != parent.device || info.st_ino != parent.inode) {
@@ -193,26 +193,26 @@ private:
         }
         ::close(frame.fd);
         frame.fd = -1;
-        --m_depth;
+        --m_nDepth;
         if (!ok) closeAll();
         return ok;
     }
 
     void closeAll() {
-        for (std::size_t depth = 0; depth <= m_depth; ++depth) {
-            if (m_frames[depth].fd >= 0) ::close(m_frames[depth].fd);
-            m_frames[depth].fd = -1;
+        for (std::size_t depth = 0; depth <= m_nDepth; ++depth) {
+            if (m_arrFrames[depth].fd >= 0) ::close(m_arrFrames[depth].fd);
+            m_arrFrames[depth].fd = -1;
         }
     }
 
     void readFolder(Frame& frame) {
         for (;;) {
-            const ssize_t got = ::getdents64(frame.fd, m_buffer.get(), kReadBufferSize);
+            const ssize_t got = ::getdents64(frame.fd, m_pBuffer.get(), kReadBufferSize);
             if (got < 0 && errno == EINTR) continue;
             if (got <= 0) return;  // the end, or an error: keep what was read
             for (ssize_t offset = 0; offset < got;) {
                 const auto* entry =
-                    reinterpret_cast<const struct dirent64*>(m_buffer.get() + offset);
+                    reinterpret_cast<const struct dirent64*>(m_pBuffer.get() + offset);
                 offset += entry->d_reclen;
                 if (!isDotOrDotDot(entry->d_name)) visit(frame, entry->d_name, entry->d_type);
             }
@@ -227,27 +227,27 @@ private:
         struct stat info {};
         if (::fstatat(frame.fd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) return;
         // A file mounted over this one belongs to another file system.
-        if (info.st_dev != m_device) return;
+        if (info.st_dev != m_nDevice) return;
         if (S_ISDIR(info.st_mode)) {
             enterLater(frame, name);  // the file system did not say what it was
         } else {
-            m_total += allocatedBytes(info);
+            m_nTotal += allocatedBytes(info);
         }
     }
 
     void enterLater(Frame& frame, const char* name) {
-        if (!m_descend(kFolderLinkCount)) return;
+        if (!m_eDescend(kFolderLinkCount)) return;
         frame.names.append(name);
         frame.names.push_back('\0');
     }
 
-    DescendRule m_descend;
-    dev_t m_device;
-    const std::atomic<bool>* m_abandoned;
-    std::unique_ptr<char[]> m_buffer;
-    std::vector<Frame> m_frames;
-    std::size_t m_depth = 0;
-    std::uint64_t m_total = 0;
+    DescendRule m_eDescend;
+    dev_t m_nDevice;
+    const std::atomic<bool>* m_pAbandoned;
+    std::unique_ptr<char[]> m_pBuffer;
+    std::vector<Frame> m_arrFrames;
+    std::size_t m_nDepth = 0;
+    std::uint64_t m_nTotal = 0;
 };
 
 }  // namespace

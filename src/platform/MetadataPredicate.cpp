@@ -180,12 +180,12 @@ bool isNamePart(char c) {
 
 class Lexer {
 public:
-    explicit Lexer(std::string_view input) : m_input(input) {}
+    explicit Lexer(std::string_view input) : m_sInput(input) {}
 
     Token next() {
-        while (m_at < m_input.size() && isSpace(m_input[m_at])) ++m_at;
-        if (m_at == m_input.size()) return {TokenKind::End};
-        const char c = m_input[m_at];
+        while (m_nAt < m_sInput.size() && isSpace(m_sInput[m_nAt])) ++m_nAt;
+        if (m_nAt == m_sInput.size()) return {TokenKind::End};
+        const char c = m_sInput[m_nAt];
         if (c == '(') return single(TokenKind::Open);
         if (c == ')') return single(TokenKind::Close);
         if (c == '\'' || c == '"') return quoted(c);
@@ -198,13 +198,13 @@ private:
     static bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
     bool skip(std::string_view text) {
-        if (m_input.substr(m_at, text.size()) != text) return false;
-        m_at += text.size();
+        if (m_sInput.substr(m_nAt, text.size()) != text) return false;
+        m_nAt += text.size();
         return true;
     }
 
     Token single(TokenKind kind) {
-        ++m_at;
+        ++m_nAt;
         return {kind};
     }
 
@@ -219,14 +219,14 @@ private:
     }
 
     Token quoted(char quote) {
-        ++m_at;
+        ++m_nAt;
         Token token{TokenKind::Text};
-        while (m_at < m_input.size()) {
-            char c = m_input[m_at++];
+        while (m_nAt < m_sInput.size()) {
+            char c = m_sInput[m_nAt++];
             if (c == quote) return token;
             if (c == '\\') {
-                if (m_at == m_input.size()) break;
-                c = m_input[m_at++];
+                if (m_nAt == m_sInput.size()) break;
+                c = m_sInput[m_nAt++];
                 c = c == 'n' ? '\n' : c == 't' ? '\t' : c == 'r' ? '\r' : c;
             }
             token.text.push_back(c);
@@ -238,18 +238,18 @@ private:
     // ignored otherwise, and a search that means something else is worse
     // than one that fails.
     Token modifier() {
-        const std::size_t close = m_input.find(']', m_at);
+        const std::size_t close = m_sInput.find(']', m_nAt);
         if (close == std::string_view::npos) return {TokenKind::Bad};
-        const std::string_view options = m_input.substr(m_at + 1, close - m_at - 1);
-        m_at = close + 1;
+        const std::string_view options = m_sInput.substr(m_nAt + 1, close - m_nAt - 1);
+        m_nAt = close + 1;
         if (options != "c" && options != "C") return {TokenKind::Bad};
         return {TokenKind::Modifier};
     }
 
     Token word() {
-        const std::size_t start = m_at;
-        while (m_at < m_input.size() && isNamePart(m_input[m_at])) ++m_at;
-        const std::string_view name = m_input.substr(start, m_at - start);
+        const std::size_t start = m_nAt;
+        while (m_nAt < m_sInput.size() && isNamePart(m_sInput[m_nAt])) ++m_nAt;
+        const std::string_view name = m_sInput.substr(start, m_nAt - start);
         const auto is = [&](std::string_view keyword) {
             return equalsIgnoringAsciiCase(name, keyword);
         };
@@ -265,8 +265,8 @@ private:
         return {TokenKind::Name, Node::Operator::Equal, std::string(name)};
     }
 
-    std::string_view m_input;
-    std::size_t m_at = 0;
+    std::string_view m_sInput;
+    std::size_t m_nAt = 0;
 };
 
 class Parser {

@@ -1,12 +1,12 @@
 #include "platform/PathUtils.h"
 
-#include "platform/PasswordDatabase.h"
-
 #include <unistd.h>
 
 #include <cstdlib>
 
-namespace PathUtils {
+#include "platform/PasswordDatabase.h"
+
+namespace platform::PathUtils {
 
 namespace {
 
@@ -188,4 +188,4 @@ bool isAbsolutePath(const std::string& path) {
     return !path.empty() && (path[0] == '/' || path[0] == '~');
 }
 
-}  // namespace PathUtils
+}  // namespace platform::PathUtils

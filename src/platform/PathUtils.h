@@ -12,7 +12,7 @@
 // Most of them work on the path in its reduced form: runs of "/" become one
 // and a trailing "/" is dropped unless the path is "/" itself, so "a//b/" is
 // read as "a/b".
-namespace PathUtils {
+namespace platform::PathUtils {
 
 // The path with the component appended, a separator put between them as
 // needed; the result is in reduced form ("/tmp/" + "/b/" gives "/tmp/b").
@@ -61,4 +61,4 @@ std::string stringByStandardizingPath(const std::string& path, const std::string
 // Whether the path is absolute: it begins with "/" or with a tilde expression.
 bool isAbsolutePath(const std::string& path);
 
-}  // namespace PathUtils
+}  // namespace platform::PathUtils

@@ -1,5 +1,7 @@
 #include "platform/PlistValue.h"
 
+namespace platform {
+
 std::optional<bool> PlistValue::asBool() const {
     if (const bool* value = std::get_if<bool>(&m_value)) return *value;
     return std::nullopt;
@@ -44,3 +46,5 @@ const PlistValue* PlistValue::objectForKey(const std::string& key) const {
     auto it = dictionary->find(key);
     return it == dictionary->end() ? nullptr : &it->second;
 }
+
+}  // namespace platform

@@ -8,6 +8,8 @@
 #include <variant>
 #include <vector>
 
+namespace platform {
+
 class PlistValue;
 
 using PlistArray = std::vector<PlistValue>;
@@ -104,3 +106,5 @@ private:
                  PlistArray, PlistDictionary>
         m_value;
 };
+
+}  // namespace platform

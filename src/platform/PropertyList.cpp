@@ -18,7 +18,7 @@
 
 #include "platform/Utf8.h"
 
-namespace PropertyList {
+namespace platform::PropertyList {
 
 namespace {
 
@@ -823,4 +823,4 @@ bool writeFileAtomically(const std::string& path, const PlistValue& value, Forma
     return true;
 }
 
-}  // namespace PropertyList
+}  // namespace platform::PropertyList

@@ -22,7 +22,7 @@
 // none, a string or key that is not UTF-8 or contains NUL, a date outside the
 // writer's range (whole seconds must fit 32 bits, about 1933 to 2069), a UID
 // above 2^32-1, or a tree deeper than kMaxDepth.
-namespace PropertyList {
+namespace platform::PropertyList {
 
 enum class Format { Binary, Xml };
 
@@ -53,4 +53,4 @@ std::string toXml(const PlistValue& value);
 bool writeFileAtomically(const std::string& path, const PlistValue& value, Format format,
                          unsigned permissions = 0600);
 
-}  // namespace PropertyList
+}  // namespace platform::PropertyList

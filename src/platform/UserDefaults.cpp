@@ -57,7 +57,7 @@ UserDefaults::UserDefaults(std::string filePath) : m_sFilePath(std::move(filePat
     if (m_sFilePath.empty()) return;
     // The stamp is taken first: if the file changes while it is read, the
     // next synchronize() reads it again rather than missing the change.
-    m_pFileStamp = stampOfFile();
+    m_fileStamp = stampOfFile();
     m_arrValues = readDictionary().value_or(PlistDictionary{});
 }
 
@@ -95,12 +95,12 @@ bool UserDefaults::synchronize() {
     std::lock_guard lock(m_mutex);
     if (m_sFilePath.empty()) return m_arrPendingChanges.empty();
     const FileStamp stamp = stampOfFile();
-    const bool changedOnDisk = !(stamp == m_pFileStamp);
+    const bool changedOnDisk = !(stamp == m_fileStamp);
 
     if (m_arrPendingChanges.empty()) {
         if (changedOnDisk) {
             m_arrValues = readDictionary().value_or(PlistDictionary{});
-            m_pFileStamp = stamp;
+            m_fileStamp = stamp;
         }
         return true;
     }
@@ -128,7 +128,7 @@ bool UserDefaults::synchronize() {
     }
     m_arrValues = std::move(*merged.asDictionary());
     m_arrPendingChanges.clear();
-    m_pFileStamp = stampOfFile();
+    m_fileStamp = stampOfFile();
     return true;
 }
 

@@ -73,7 +73,7 @@ private:
     PlistDictionary m_arrValues;
     // Changes not yet written: a value to store, or nullopt to remove.
     std::map<std::string, std::optional<PlistValue>> m_arrPendingChanges;
-    FileStamp m_pFileStamp;
+    FileStamp m_fileStamp;
 };
 
 }  // namespace platform

@@ -1,6 +1,6 @@
 #include "platform/Utf8.h"
 
-namespace Utf8 {
+namespace platform::Utf8 {
 
 char32_t decode(std::string_view s, std::size_t& index) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(s[i]); };
@@ -118,4 +118,4 @@ std::string fromUtf16(std::u16string_view s) {
     return out;
 }
 
-}  // namespace Utf8
+}  // namespace platform::Utf8

@@ -7,7 +7,7 @@
 // UTF-8 and UTF-16 helpers. Text from outside (files, messages, tables) may
 // hold bytes that are not UTF-8; each such byte is read as U+FFFD, so nothing
 // is dropped and every offset stays well defined.
-namespace Utf8 {
+namespace platform::Utf8 {
 
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 
@@ -34,4 +34,4 @@ std::u16string toUtf16(std::string_view s);
 // A lone surrogate becomes U+FFFD.
 std::string fromUtf16(std::u16string_view s);
 
-}  // namespace Utf8
+}  // namespace platform::Utf8

@@ -13,7 +13,7 @@ std::shared_ptr<ObjectProcessorThread> ObjectProcessorThread::create(
 ObjectProcessorThread::ObjectProcessorThread(ObjectProcessorThreadManager& manager,
                                              std::shared_ptr<ObjectProcessorWorker> worker)
     : m_pManager(&manager),
-      m_pWorkGroup(manager.getWorkDispatchGroup()),
+      m_workGroup(manager.getWorkDispatchGroup()),
       m_pWorker(std::move(worker)),
       m_pWorkQueue(std::make_unique<dispatch::SerialQueue>("ObjectProcessorThreaded work queue")) {}
 
@@ -32,7 +32,7 @@ void ObjectProcessorThread::shutdown() {
 }
 
 void ObjectProcessorThread::startLoopWithCycleIndex(std::uint32_t cycleIndex) {
-    m_pWorkGroup.enter();
+    m_workGroup.enter();
     post(cycleIndex);
 }
 
@@ -48,7 +48,7 @@ void ObjectProcessorThread::onTriggerStopped(StartStopTrigger&) {}
 void ObjectProcessorThread::post(std::uint32_t cycleIndex) {
     std::lock_guard guard(m_queueLock);
     if (!m_pWorkQueue) {
-        m_pWorkGroup.leave();
+        m_workGroup.leave();
         return;
     }
     m_pWorkQueue->async([this, cycleIndex] { runLoop(cycleIndex); });
@@ -58,13 +58,13 @@ void ObjectProcessorThread::runLoop(std::uint32_t cycleIndex) {
     while (m_pCtrl->cycle() == cycleIndex && !m_bIsShutDown.load(std::memory_order_acquire)) {
         ProcessorObject object = m_pManager->requestObjectForProcessor(*this);
         if (!object.has_value()) {
-            m_pWorkGroup.leave();
+            m_workGroup.leave();
             scheduleIdlePoll(cycleIndex);
             return;
         }
         m_pWorker->performWorkForObject(object);
     }
-    m_pWorkGroup.leave();
+    m_workGroup.leave();
 }
 
 void ObjectProcessorThread::scheduleIdlePoll(std::uint32_t cycleIndex) {

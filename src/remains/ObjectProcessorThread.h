@@ -75,7 +75,7 @@ private:
     void scheduleIdlePoll(std::uint32_t cycleIndex);
 
     ObjectProcessorThreadManager* m_pManager;
-    dispatch::Group m_pWorkGroup;
+    dispatch::Group m_workGroup;
     std::shared_ptr<StartStopTrigger> m_pCtrl;
     std::shared_ptr<ObjectProcessorWorker> m_pWorker;
     std::atomic<bool> m_bIsShutDown{false};

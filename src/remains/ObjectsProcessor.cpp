@@ -32,12 +32,12 @@ namespace {
 class LinkedQueue final : public dispatch::Queue {
 public:
     explicit LinkedQueue(std::function<void(dispatch::Block)> forward)
-        : m_forward(std::move(forward)) {}
-    void async(dispatch::Block block) override { m_forward(std::move(block)); }
+        : m_fnForward(std::move(forward)) {}
+    void async(dispatch::Block block) override { m_fnForward(std::move(block)); }
     bool isCurrent() const override { return false; }
 
 private:
-    std::function<void(dispatch::Block)> m_forward;
+    std::function<void(dispatch::Block)> m_fnForward;
 };
 
 }  // namespace
@@ -103,7 +103,7 @@ void ObjectsProcessor::addObject(ProcessorObject object) {
 void ObjectsProcessor::addObjects(std::vector<ProcessorObject> objects) {
     auto shared = std::make_shared<std::vector<ProcessorObject>>(std::move(objects));
     onWorkQueue([this, shared] {
-        std::lock_guard guard(m_pAccessToObjectsLock);
+        std::lock_guard guard(m_accessToObjectsLock);
         for (auto& object : *shared) {
             // An empty value is what a worker reads as "nothing left": it cannot be work.
             if (object.has_value()) m_arrObjectsForWork.push_back(std::move(object));
@@ -113,12 +113,12 @@ void ObjectsProcessor::addObjects(std::vector<ProcessorObject> objects) {
 }
 
 std::size_t ObjectsProcessor::pendingObjectCount() {
-    std::lock_guard guard(m_pAccessToObjectsLock);
+    std::lock_guard guard(m_accessToObjectsLock);
     return m_arrObjectsForWork.size();
 }
 
 ProcessorObject ObjectsProcessor::requestObjectForProcessor(ObjectProcessorThread&) {
-    std::lock_guard guard(m_pAccessToObjectsLock);
+    std::lock_guard guard(m_accessToObjectsLock);
     if (m_arrObjectsForWork.empty()) return {};
     // Last in, first out on purpose: the newest request is the one the user
     // is most likely waiting for.
@@ -154,15 +154,15 @@ void ObjectsProcessor::scheduleIsWorkCompletedCheck() {
         link->with([&](ObjectsProcessor& pool) { pool.onWorkQueue(std::move(block)); });
     });
     dispatch::Queue& queue = *forwarder;
-    m_pWorkDispatchGroup.notify(queue, [this, forwarder] { checkIsWorkCompleted(); });
+    m_workDispatchGroup.notify(queue, [this, forwarder] { checkIsWorkCompleted(); });
 }
 
 void ObjectsProcessor::checkIsWorkCompleted() {
     // A check left over from an earlier run, or a second one of this run,
     // has nothing to do once the run is over.
     if (!isProcessorWorking()) return;
-    std::lock_guard guard(m_pAccessToObjectsLock);
-    const bool isGroupIdle = m_pWorkDispatchGroup.wait(dispatch::Duration::zero());
+    std::lock_guard guard(m_accessToObjectsLock);
+    const bool isGroupIdle = m_workDispatchGroup.wait(dispatch::Duration::zero());
     if (!isGroupIdle) {
         scheduleIsWorkCompletedCheck();
         return;

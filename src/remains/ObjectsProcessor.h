@@ -57,7 +57,7 @@ public:
     // Also done by the destructor.
     void shutdown();
 
-    dispatch::Group getWorkDispatchGroup() override { return m_pWorkDispatchGroup; }
+    dispatch::Group getWorkDispatchGroup() override { return m_workDispatchGroup; }
     ProcessorObject requestObjectForProcessor(ObjectProcessorThread& processor) override;
 
     void onTriggerStarted(StartStopTrigger& trigger) override;
@@ -81,10 +81,10 @@ private:
     bool m_bIsNeedAutoStart;  // touched on the work queue only
     std::vector<std::shared_ptr<ObjectProcessorThread>> m_arrWorkers;
     std::vector<ProcessorObject> m_arrObjectsForWork;
-    dispatch::Group m_pWorkDispatchGroup;
+    dispatch::Group m_workDispatchGroup;
     std::shared_ptr<Link> m_pLink;
     std::shared_ptr<StartStopTrigger> m_pCtrl;
-    std::recursive_mutex m_pAccessToObjectsLock;
+    std::recursive_mutex m_accessToObjectsLock;
     std::atomic<bool> isWorking{false};
     std::atomic<bool> m_bIsShutDown{false};
     std::mutex m_queueLock;  // guards the queue's going away against posts

@@ -11,7 +11,7 @@ SafeCollector::SafeCollector(std::weak_ptr<SafeCollectorListener> listener,
 
 template <class Block>
 void SafeCollector::onWorkQueue(Block block) {
-    m_pWorkQueue.async([weakSelf = weak_from_this(), block = std::move(block)]() mutable {
+    m_workQueue.async([weakSelf = weak_from_this(), block = std::move(block)]() mutable {
         if (auto self = weakSelf.lock()) block(*self);
     });
 }

@@ -40,5 +40,5 @@ private:
     std::vector<std::any> m_arrItems;  // touched on the work queue only
     const std::int64_t m_nUpdateCount;
     std::int64_t m_nItemsCount = 0;
-    dispatch::SerialQueue m_pWorkQueue{"SafeCollector work queue"};  // last: goes first
+    dispatch::SerialQueue m_workQueue{"SafeCollector work queue"};  // last: goes first
 };

@@ -105,8 +105,9 @@ std::shared_ptr<SimpleRemainsInfo> SimpleRemainsInfo::create(
         new SimpleRemainsInfo(std::move(listener), std::move(calculation)));
     info->m_sBundleID = bundle->bundleIdentifier();
     // The executable's name, or the bundle folder's name without its extension.
-    info->m_sBundleName = bundle->executableName().value_or(
-        PathUtils::stringByDeletingPathExtension(PathUtils::lastPathComponent(bundle->path())));
+    info->m_sBundleName =
+        bundle->executableName().value_or(platform::PathUtils::stringByDeletingPathExtension(
+            platform::PathUtils::lastPathComponent(bundle->path())));
     info->addBundle(bundle);
     info->findRemains(paths);
     for (const auto& item : info->m_arrRemainsObjectPaths) info->addSizeOfPath(item->path());
@@ -126,9 +127,9 @@ void SimpleRemainsInfo::addBundle(const std::shared_ptr<platform::Bundle>& bundl
 }
 
 void SimpleRemainsInfo::findRemains(const PathsGenerator& paths) {
-    _homePath = paths.getHomeDirectory();
+    m_sHomePath = paths.getHomeDirectory();
     // A home of "/" would make "Library/..." the system's folders.
-    if (!platform::isUsableHomeDirectory(*_homePath)) _homePath.reset();
+    if (!platform::isUsableHomeDirectory(*m_sHomePath)) m_sHomePath.reset();
     const auto& id = m_sBundleID;
     const std::optional<std::string> name = m_sBundleName;
     const std::string support = "Library/Application Support";
@@ -156,8 +157,9 @@ void SimpleRemainsInfo::addFileWithSubPath(const std::string& subPath,
                                            const std::optional<std::string>& name,
                                            const std::string& ext, std::int32_t type) {
     // The name is tested before the extension is added, so an empty name finds nothing.
-    if (!name || name->empty() || !_homePath) return;
-    const std::string folder = PathUtils::stringByAppendingPathComponent(*_homePath, subPath);
+    if (!name || name->empty() || !m_sHomePath) return;
+    const std::string folder =
+        platform::PathUtils::stringByAppendingPathComponent(*m_sHomePath, subPath);
     if (auto candidate = createSafeToDeletePathInFolder(folder, *name + ext)) {
         addPath(*candidate, m_arrRemainsObjectPaths, type);
     }
@@ -170,8 +172,8 @@ std::optional<std::string> SimpleRemainsInfo::createSafeToDeletePathInFolder(
     // from an Info.plist anyone may have written, and "Vendor/Browser" would
     // otherwise name another application's data one level further down.
     if (!isSingleComponent(*fileName)) return std::nullopt;
-    std::string path = PathUtils::stringByStandardizingPath(
-        PathUtils::stringByAppendingPathComponent(*folder, *fileName));
+    std::string path = platform::PathUtils::stringByStandardizingPath(
+        platform::PathUtils::stringByAppendingPathComponent(*folder, *fileName));
     if (!StringUtils::isInFolder(path, *folder)) return std::nullopt;
     return path;
 }
@@ -188,15 +190,17 @@ void SimpleRemainsInfo::addPathInSubFolder(const std::string& subPath,
                                            const std::optional<std::string>& prefix,
                                            EntryRule belongs, PathList& toArr,
                                            std::int32_t withType) {
-    if (subPath.empty() || !_homePath) return;
+    if (subPath.empty() || !m_sHomePath) return;
     if (!prefix || prefix->empty() || !m_sBundleID) return;
-    const std::string folder = PathUtils::stringByAppendingPathComponent(*_homePath, subPath);
+    const std::string folder =
+        platform::PathUtils::stringByAppendingPathComponent(*m_sHomePath, subPath);
     if (!FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(folder)) return;
     for (const auto& name : folderEntries(folder)) {
         if (!belongs(name, *prefix)) continue;
         // The names come from the listing itself, so no safety check is needed.
         toArr.push_back(std::make_shared<PathForRemove>(
-            PathUtils::stringByAppendingPathComponent(folder, name), withType, *m_sBundleID));
+            platform::PathUtils::stringByAppendingPathComponent(folder, name), withType,
+            *m_sBundleID));
     }
 }
 

@@ -133,7 +133,7 @@ private:
     PathList m_arrAppObjectPaths;
     PathList m_arrRemainsObjectPaths;
     std::uint64_t m_nTotalSize = 0;
-    std::optional<std::string> _homePath;
+    std::optional<std::string> m_sHomePath;
     // Not owned: the calculator's pile holds tasks that hold us.
     std::weak_ptr<SimpleSizeCalculation> m_pCalculation;
 };

@@ -71,7 +71,7 @@ void SpotlightEasySearch::endSearchingNotify(const std::optional<const void*>& n
     if (!m_pMetadataQuery->isStopped()) m_pMetadataQuery->stopQuery();
     // Taken out before the call, so that a block that ends the search again
     // (or starts another) cannot be called twice.
-    if (ResultBlock block = std::exchange(m_pResultBlock, nullptr)) {
+    if (ResultBlock block = std::exchange(m_fnResultBlock, nullptr)) {
         block(*this, *m_pMetadataQuery);
     }
     RemovePointer(this);

@@ -25,7 +25,7 @@ public:
     SpotlightEasySearch(const SpotlightEasySearch&) = delete;
     SpotlightEasySearch& operator=(const SpotlightEasySearch&) = delete;
 
-    void setResultBlock(ResultBlock block) { m_pResultBlock = std::move(block); }
+    void setResultBlock(ResultBlock block) { m_fnResultBlock = std::move(block); }
 
     void startQuery(const std::string& predicateFormat);
     // Empty `folders` leave the query's default scope. A format that cannot
@@ -51,7 +51,7 @@ private:
     explicit SpotlightEasySearch(std::shared_ptr<platform::MetadataQuery> query);
 
     std::shared_ptr<platform::MetadataQuery> m_pMetadataQuery;
-    ResultBlock m_pResultBlock;
+    ResultBlock m_fnResultBlock;
     double m_nMaxWaitTime = kDefaultMaxWaitTime;
     platform::NotificationCenter::ObserverToken m_nObserverToken = 0;
 };

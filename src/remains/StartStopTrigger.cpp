@@ -4,14 +4,14 @@ StartStopTrigger::StartStopTrigger(std::weak_ptr<StartStopTriggerListener> liste
     : m_pListener(std::move(listener)) {}
 
 void StartStopTrigger::start() {
-    std::lock_guard guard(m_pTriggerLock);
+    std::lock_guard guard(m_triggerLock);
     if (!isPaused()) return;
     setIsPaused(false);
     if (auto listener = m_pListener.lock()) listener->onTriggerStarted(*this);
 }
 
 void StartStopTrigger::stop() {
-    std::lock_guard guard(m_pTriggerLock);
+    std::lock_guard guard(m_triggerLock);
     if (isPaused()) return;
     setIsPaused(true);
     // Unsigned arithmetic wraps, which is what a cycle counter wants.

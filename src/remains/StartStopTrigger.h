@@ -28,14 +28,14 @@ public:
     void stop();
 
     // Read without the lock by design: a stale value only delays a loop's end.
-    std::uint32_t cycle() const { return _cycle.load(std::memory_order_acquire); }
-    void setCycle(std::uint32_t cycle) { _cycle.store(cycle, std::memory_order_release); }
-    bool isPaused() const { return _isPaused.load(std::memory_order_acquire); }
-    void setIsPaused(bool isPaused) { _isPaused.store(isPaused, std::memory_order_release); }
+    std::uint32_t cycle() const { return m_nCycle.load(std::memory_order_acquire); }
+    void setCycle(std::uint32_t cycle) { m_nCycle.store(cycle, std::memory_order_release); }
+    bool isPaused() const { return m_bIsPaused.load(std::memory_order_acquire); }
+    void setIsPaused(bool isPaused) { m_bIsPaused.store(isPaused, std::memory_order_release); }
 
 private:
     std::weak_ptr<StartStopTriggerListener> m_pListener;
-    std::recursive_mutex m_pTriggerLock;
-    std::atomic<bool> _isPaused{true};
-    std::atomic<std::uint32_t> _cycle{1};
+    std::recursive_mutex m_triggerLock;
+    std::atomic<bool> m_bIsPaused{true};
+    std::atomic<std::uint32_t> m_nCycle{1};
 };

@@ -9,8 +9,8 @@ AttributedString::AttributedString(std::string_view text, const TextAttributes& 
 }
 
 void AttributedString::append(std::string_view text, const TextAttributes& attributes) {
-    const std::string clean = Utf8::sanitized(text);
-    const std::size_t length = Utf8::utf16Length(clean);
+    const std::string clean = platform::Utf8::sanitized(text);
+    const std::size_t length = platform::Utf8::utf16Length(clean);
     if (length == 0) return;
     m_sText += clean;
     if (!m_arrRuns.empty() && m_arrRuns.back().attributes == attributes) {
@@ -36,8 +36,8 @@ std::string AttributedString::substringWithRange(std::size_t location, std::size
     std::size_t unit = 0;
     for (std::size_t i = 0; i < m_sText.size() && unit < end;) {
         const std::size_t start = i;
-        const char32_t c = Utf8::decode(m_sText, i);
-        const std::size_t units = Utf8::utf16Length(c);
+        const char32_t c = platform::Utf8::decode(m_sText, i);
+        const std::size_t units = platform::Utf8::utf16Length(c);
         if (unit >= location && unit + units <= end) out.append(m_sText, start, i - start);
         unit += units;
     }

@@ -94,7 +94,7 @@ std::shared_ptr<const Color> Color::colorWithHexString(const std::optional<std::
 
 Color Color::colorWithHexStringNotCacheable(const std::string& hex) {
     std::u16string stripped;
-    for (char16_t c : Utf8::toUtf16(hex)) {
+    for (char16_t c : platform::Utf8::toUtf16(hex)) {
         if (c != u'#') stripped += c;
     }
     icu::UnicodeString upper(stripped.data(), static_cast<int32_t>(stripped.size()));

@@ -45,7 +45,7 @@ std::int64_t integerOf(const FormatArgument& argument) {
 
 std::size_t displayLength(std::string_view s) {
     std::size_t count = 0;
-    for (std::size_t i = 0; i < s.size(); ++count) Utf8::decode(s, i);
+    for (std::size_t i = 0; i < s.size(); ++count) platform::Utf8::decode(s, i);
     return count;
 }
 

@@ -102,7 +102,7 @@ std::vector<Token> tokenize(std::string_view markup) {
             if (const auto entity = entityAt(markup, i)) {
                 appendText(markup.substr(textStart, i - textStart));
                 std::string character;
-                Utf8::append(character, entity->first);
+                platform::Utf8::append(character, entity->first);
                 appendText(character);
                 i = textStart = i + entity->second;
                 continue;
@@ -136,7 +136,7 @@ void matchTags(std::vector<Token>& tokens) {
 }  // namespace
 
 MarkupStyler::ParsedMarkup MarkupStyler::parse(std::string_view markup) {
-    const std::string clean = Utf8::sanitized(markup);
+    const std::string clean = platform::Utf8::sanitized(markup);
     std::vector<Token> tokens = tokenize(clean);
     matchTags(tokens);
 
@@ -187,7 +187,7 @@ std::string MarkupStyler::prepareString(std::string_view text) {
 
 MarkupStyler::Style& MarkupStyler::styleForTag(const std::string& tag) {
     if (tag == DefaultTag()) return m_defaultStyle;
-    auto [style, inserted] = m_styles.try_emplace(tag);
+    auto [style, inserted] = m_arrStyles.try_emplace(tag);
     if (inserted) style->second.name = tag;
     return style->second;
 }
@@ -232,8 +232,8 @@ AttributedString MarkupStyler::convertString(std::string_view markup) const {
     std::vector<Event> events;
     for (std::size_t i = 0; i < parsed.tags.size(); ++i) {
         const Tag& tag = parsed.tags[i];
-        const auto style = m_styles.find(tag.name);
-        if (style == m_styles.end() || tag.length == 0) continue;
+        const auto style = m_arrStyles.find(tag.name);
+        if (style == m_arrStyles.end() || tag.length == 0) continue;
         tagAttributes[i] = &style->second.attributes;
         events.push_back(Event{tag.location, true, i});
         events.push_back(Event{tag.location + tag.length, false, i});

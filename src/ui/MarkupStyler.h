@@ -74,11 +74,11 @@ public:
     AttributedString convertString(std::string_view markup) const;
 
     const Style& defaultStyle() const { return m_defaultStyle; }
-    const std::map<std::string, Style>& styles() const { return m_styles; }
+    const std::map<std::string, Style>& styles() const { return m_arrStyles; }
 
 private:
     Style& styleForTag(const std::string& tag);
 
     Style m_defaultStyle;
-    std::map<std::string, Style> m_styles;
+    std::map<std::string, Style> m_arrStyles;
 };

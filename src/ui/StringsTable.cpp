@@ -41,16 +41,16 @@ std::string decodeText(std::string_view bytes) {
     const auto startsWith = [&](std::string_view prefix) {
         return bytes.substr(0, prefix.size()) == prefix;
     };
-    if (startsWith("\xEF\xBB\xBF")) return Utf8::sanitized(bytes.substr(3));
+    if (startsWith("\xEF\xBB\xBF")) return platform::Utf8::sanitized(bytes.substr(3));
     const bool little = startsWith("\xFF\xFE");
-    if (!little && !startsWith("\xFE\xFF")) return Utf8::sanitized(bytes);
+    if (!little && !startsWith("\xFE\xFF")) return platform::Utf8::sanitized(bytes);
     std::u16string units;
     for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
         const auto a = static_cast<unsigned char>(bytes[i]);
         const auto b = static_cast<unsigned char>(bytes[i + 1]);
         units += static_cast<char16_t>(little ? (b << 8 | a) : (a << 8 | b));
     }
-    return Utf8::fromUtf16(units);
+    return platform::Utf8::fromUtf16(units);
 }
 
 bool isPropertyListData(std::string_view bytes) {
@@ -67,55 +67,55 @@ bool isPropertyListData(std::string_view bytes) {
 // The old-style property-list dictionary of a .strings file.
 class StringsParser {
 public:
-    explicit StringsParser(std::string_view text) : m_text(text) {}
+    explicit StringsParser(std::string_view text) : m_sText(text) {}
 
     std::optional<Strings> parse() {
         Strings strings;
         skipSpace();
         const bool braced = peek('{');
-        if (braced) ++m_pos;
+        if (braced) ++m_nPos;
         for (;;) {
             if (!skipSpace()) return std::nullopt;
-            if (m_pos >= m_text.size()) break;
+            if (m_nPos >= m_sText.size()) break;
             if (braced && peek('}')) break;
             auto key = readString();
             if (!key || !skipSpace()) return std::nullopt;
             std::string value = *key;
             if (peek('=')) {
-                ++m_pos;
+                ++m_nPos;
                 if (!skipSpace()) return std::nullopt;
                 auto read = readString();
                 if (!read || !skipSpace()) return std::nullopt;
                 value = std::move(*read);
             }
             if (!peek(';')) return std::nullopt;
-            ++m_pos;
+            ++m_nPos;
             strings[std::move(*key)] = std::move(value);
         }
         if (braced) {
             if (!peek('}')) return std::nullopt;
-            ++m_pos;
-            if (!skipSpace() || m_pos != m_text.size()) return std::nullopt;
+            ++m_nPos;
+            if (!skipSpace() || m_nPos != m_sText.size()) return std::nullopt;
         }
         return strings;
     }
 
 private:
-    bool peek(char c) const { return m_pos < m_text.size() && m_text[m_pos] == c; }
+    bool peek(char c) const { return m_nPos < m_sText.size() && m_sText[m_nPos] == c; }
 
     // Skips blanks and comments; false on a comment that never ends.
     bool skipSpace() {
-        while (m_pos < m_text.size()) {
-            const char c = m_text[m_pos];
+        while (m_nPos < m_sText.size()) {
+            const char c = m_sText[m_nPos];
             if (c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v') {
-                ++m_pos;
-            } else if (m_text.substr(m_pos, 2) == "//") {
-                const std::size_t end = m_text.find('\n', m_pos);
-                m_pos = end == std::string_view::npos ? m_text.size() : end + 1;
-            } else if (m_text.substr(m_pos, 2) == "/*") {
-                const std::size_t end = m_text.find("*/", m_pos + 2);
+                ++m_nPos;
+            } else if (m_sText.substr(m_nPos, 2) == "//") {
+                const std::size_t end = m_sText.find('\n', m_nPos);
+                m_nPos = end == std::string_view::npos ? m_sText.size() : end + 1;
+            } else if (m_sText.substr(m_nPos, 2) == "/*") {
+                const std::size_t end = m_sText.find("*/", m_nPos + 2);
                 if (end == std::string_view::npos) return false;
-                m_pos = end + 2;
+                m_nPos = end + 2;
             } else {
                 break;
             }
@@ -129,25 +129,25 @@ private:
     }
 
     std::optional<std::string> readString() {
-        if (peek('"') || peek('\'')) return readQuoted(m_text[m_pos++]);
-        const std::size_t start = m_pos;
-        while (m_pos < m_text.size() && isUnquotedChar(m_text[m_pos])) {
-            if (m_text.substr(m_pos, 2) == "//" || m_text.substr(m_pos, 2) == "/*") break;
-            ++m_pos;
+        if (peek('"') || peek('\'')) return readQuoted(m_sText[m_nPos++]);
+        const std::size_t start = m_nPos;
+        while (m_nPos < m_sText.size() && isUnquotedChar(m_sText[m_nPos])) {
+            if (m_sText.substr(m_nPos, 2) == "//" || m_sText.substr(m_nPos, 2) == "/*") break;
+            ++m_nPos;
         }
-        if (m_pos == start) return std::nullopt;
-        return std::string(m_text.substr(start, m_pos - start));
+        if (m_nPos == start) return std::nullopt;
+        return std::string(m_sText.substr(start, m_nPos - start));
     }
 
     std::optional<std::string> readQuoted(char quote) {
         std::string out;
         char16_t pendingHigh = 0;  // a \U high surrogate waiting for its low half
         const auto flushPending = [&] {
-            if (pendingHigh) Utf8::append(out, Utf8::kReplacementCharacter);
+            if (pendingHigh) platform::Utf8::append(out, platform::Utf8::kReplacementCharacter);
             pendingHigh = 0;
         };
-        while (m_pos < m_text.size()) {
-            const char c = m_text[m_pos++];
+        while (m_nPos < m_sText.size()) {
+            const char c = m_sText[m_nPos++];
             if (c == quote) {
                 flushPending();
                 return out;
@@ -157,13 +157,13 @@ private:
                 out += c;
                 continue;
             }
-            if (m_pos >= m_text.size()) return std::nullopt;
-            const char e = m_text[m_pos++];
+            if (m_nPos >= m_sText.size()) return std::nullopt;
+            const char e = m_sText[m_nPos++];
             if (e == 'U' || e == 'u') {
                 char16_t unit = 0;
                 std::size_t digits = 0;
-                for (; digits < 4 && m_pos < m_text.size(); ++digits, ++m_pos) {
-                    const char h = m_text[m_pos];
+                for (; digits < 4 && m_nPos < m_sText.size(); ++digits, ++m_nPos) {
+                    const char h = m_sText[m_nPos];
                     int v = -1;
                     if (h >= '0' && h <= '9')
                         v = h - '0';
@@ -181,24 +181,24 @@ private:
                     flushPending();
                     pendingHigh = unit;
                 } else if (unit >= 0xDC00 && unit <= 0xDFFF && pendingHigh) {
-                    Utf8::append(out, 0x10000 + ((char32_t(pendingHigh) - 0xD800) << 10) +
-                                          (char32_t(unit) - 0xDC00));
+                    platform::Utf8::append(out, 0x10000 + ((char32_t(pendingHigh) - 0xD800) << 10) +
+                                                    (char32_t(unit) - 0xDC00));
                     pendingHigh = 0;
                 } else {
                     flushPending();
-                    Utf8::append(out, unit);  // a lone low surrogate becomes U+FFFD
+                    platform::Utf8::append(out, unit);  // a lone low surrogate becomes U+FFFD
                 }
                 continue;
             }
             flushPending();
             if (e >= '0' && e <= '7') {
                 unsigned value = static_cast<unsigned>(e - '0');
-                for (int n = 1;
-                     n < 3 && m_pos < m_text.size() && m_text[m_pos] >= '0' && m_text[m_pos] <= '7';
+                for (int n = 1; n < 3 && m_nPos < m_sText.size() && m_sText[m_nPos] >= '0' &&
+                                m_sText[m_nPos] <= '7';
                      ++n) {
-                    value = value * 8 + static_cast<unsigned>(m_text[m_pos++] - '0');
+                    value = value * 8 + static_cast<unsigned>(m_sText[m_nPos++] - '0');
                 }
-                Utf8::append(out, static_cast<char32_t>(value & 0xFF));
+                platform::Utf8::append(out, static_cast<char32_t>(value & 0xFF));
                 continue;
             }
             switch (e) {
@@ -231,8 +231,8 @@ private:
         return std::nullopt;  // the string never ends
     }
 
-    std::string_view m_text;
-    std::size_t m_pos = 0;
+    std::string_view m_sText;
+    std::size_t m_nPos = 0;
 };
 
 }  // namespace
@@ -240,7 +240,7 @@ private:
 std::optional<Strings> parseStrings(std::string_view bytes) {
     if (bytes.size() > kMaxFileSize) return std::nullopt;
     if (isPropertyListData(bytes)) {
-        const auto plist = PropertyList::parse(bytes);
+        const auto plist = platform::PropertyList::parse(bytes);
         if (!plist || !plist->asDictionary()) return std::nullopt;
         Strings strings;
         for (const auto& [key, value] : *plist->asDictionary()) {
@@ -255,27 +255,27 @@ std::optional<Strings> parseStrings(std::string_view bytes) {
 
 std::optional<StringsDict> parseStringsDict(std::string_view bytes) {
     if (bytes.size() > kMaxFileSize) return std::nullopt;
-    const auto plist = PropertyList::parse(bytes);
+    const auto plist = platform::PropertyList::parse(bytes);
     if (!plist || !plist->asDictionary()) return std::nullopt;
     static const char* const kCategories[] = {"zero", "one", "two", "few", "many", "other"};
     StringsDict dict;
     for (const auto& [key, value] : *plist->asDictionary()) {
-        const PlistValue* format = value.objectForKey("NSStringLocalizedFormatKey");
+        const platform::PlistValue* format = value.objectForKey("NSStringLocalizedFormatKey");
         if (!format || !format->asString()) continue;
         StringsDictEntry entry;
         entry.formatKey = *format->asString();
         for (const auto& [name, definition] : *value.asDictionary()) {
-            const PlistValue* type = definition.objectForKey("NSStringFormatSpecTypeKey");
+            const platform::PlistValue* type = definition.objectForKey("NSStringFormatSpecTypeKey");
             if (!type || !type->asString() || *type->asString() != "NSStringPluralRuleType") {
                 continue;
             }
             PluralVariable variable;
-            if (const PlistValue* valueType =
+            if (const platform::PlistValue* valueType =
                     definition.objectForKey("NSStringFormatValueTypeKey")) {
                 if (valueType->asString()) variable.valueType = *valueType->asString();
             }
             for (const char* category : kCategories) {
-                const PlistValue* form = definition.objectForKey(category);
+                const platform::PlistValue* form = definition.objectForKey(category);
                 if (form && form->asString()) variable.forms[category] = *form->asString();
             }
             entry.variables[name] = std::move(variable);

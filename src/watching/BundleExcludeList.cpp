@@ -10,8 +10,9 @@ namespace {
 
 // Bundle identifiers are ASCII by rule, so ASCII folding is the whole story.
 std::string lowercased(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
+        return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+    });
     return text;
 }
 
@@ -26,8 +27,8 @@ BundleExcludeList& BundleExcludeList::GetInstance() {
 BundleExcludeList::BundleExcludeList(const std::string& mainId, const std::string& helperId,
                                      std::shared_ptr<platform::UserDefaults> defaults)
     : m_pDefaults(std::move(defaults)) {
-    m_pExcludeAppsList[lowercased(mainId)] = true;
-    m_pExcludeAppsList[lowercased(helperId)] = true;
+    m_arrExcludeAppsList[lowercased(mainId)] = true;
+    m_arrExcludeAppsList[lowercased(helperId)] = true;
 }
 
 bool BundleExcludeList::isSystemBundleID(const std::optional<std::string>& bundleId) const {
@@ -37,7 +38,7 @@ bool BundleExcludeList::isSystemBundleID(const std::optional<std::string>& bundl
 bool BundleExcludeList::isSystemBundleID(const std::optional<std::string>& bundleId,
                                          bool checkPreferences) const {
     if (!bundleId) return false;
-    if (m_pExcludeAppsList.count(lowercased(*bundleId)) != 0) return true;
+    if (m_arrExcludeAppsList.count(lowercased(*bundleId)) != 0) return true;
     if (checkPreferences) {
         // The preference is read and its value deliberately not used: the
         // unsafe mode must never widen what the agent reports.

@@ -24,6 +24,6 @@ public:
     bool isSystemBundleID(const std::optional<std::string>& bundleId, bool checkPreferences) const;
 
 private:
-    std::map<std::string, bool> m_pExcludeAppsList;  // lower-cased identifier -> YES
+    std::map<std::string, bool> m_arrExcludeAppsList;  // lower-cased identifier -> YES
     std::shared_ptr<platform::UserDefaults> m_pDefaults;
 };

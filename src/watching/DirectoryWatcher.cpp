@@ -43,9 +43,9 @@ std::shared_ptr<FileItem> DirectoryWatcher::getFileItemWithPath(const std::strin
 
 void DirectoryWatcher::receivedNotification(FileEventQueue&, const std::string&,
                                             const std::string&) {
-    m_pUpdateRequest.cancel();
+    m_updateRequest.cancel();
     // The pending request keeps the watcher alive until it runs.
-    m_pUpdateRequest = dispatch::MainQueue::main().after(
+    m_updateRequest = dispatch::MainQueue::main().after(
         kUpdateDelay, [self = shared_from_this()] { self->updateDirContent(); });
 }
 

@@ -76,5 +76,5 @@ private:
     std::shared_ptr<FileEventQueue> m_pFileEventQueue;
     std::weak_ptr<DirectoryWatcherDelegate> m_pDelegate;
     bool m_bIsWatching = false;
-    dispatch::TimerHandle m_pUpdateRequest;
+    dispatch::TimerHandle m_updateRequest;
 };

@@ -50,7 +50,7 @@ void FileItem::loadInfoUsingPath(const std::string& path, std::int32_t withDeep)
     m_nDeep = withDeep;
     m_sFullPath = path;
     m_pListener.reset();
-    m_sNameWithExt = PathUtils::lastPathComponent(path);
+    m_sNameWithExt = platform::PathUtils::lastPathComponent(path);
     loadStandartInfoForPath(path, withDeep);
 }
 
@@ -102,7 +102,7 @@ void FileItem::loadChildrenUsingPath(const std::string& path, std::int32_t withD
     m_bIsChildrenListIncomplete = !listing.isComplete();
     const auto self = shared_from_this();
     for (const std::string& name : listing.names) {
-        createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name),
+        createTreeForPath(platform::PathUtils::stringByAppendingPathComponent(path, name),
                           childDeep(withDeep), self, name);
     }
 }
@@ -166,7 +166,7 @@ void FileItem::updateContentOfDir() {
         const auto listener = std::exchange(m_pListener, {});
         const auto self = shared_from_this();
         for (const std::string& name : added) {
-            createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name),
+            createTreeForPath(platform::PathUtils::stringByAppendingPathComponent(path, name),
                               childDeep(m_nDeep), self, name);
         }
         m_pListener = listener;
@@ -175,8 +175,8 @@ void FileItem::updateContentOfDir() {
     // New entries load with this node's own depth, not one less.
     const auto self = shared_from_this();
     for (const std::string& name : added) {
-        createTreeForPath(PathUtils::stringByAppendingPathComponent(path, name), m_nDeep, self,
-                          name);
+        createTreeForPath(platform::PathUtils::stringByAppendingPathComponent(path, name), m_nDeep,
+                          self, name);
     }
 }
 
@@ -199,9 +199,9 @@ std::shared_ptr<FileItem> FileItem::getParent() const {
 std::string FileItem::buildFullPath() {
     if (m_sFullPath) return *m_sFullPath;
     const auto parent = getParent();
-    m_sFullPath =
-        parent ? PathUtils::stringByAppendingPathComponent(parent->buildFullPath(), m_sNameWithExt)
-               : m_sNameWithExt;
+    m_sFullPath = parent ? platform::PathUtils::stringByAppendingPathComponent(
+                               parent->buildFullPath(), m_sNameWithExt)
+                         : m_sNameWithExt;
     return *m_sFullPath;
 }
 

@@ -90,7 +90,8 @@ bool isFileAtPathSymbolicLink(const std::optional<std::string>& path) {
 
 std::string getTrashPath(const std::string& dataHome) {
     if (dataHome.empty()) return {};
-    const std::string trash = PathUtils::stringByAppendingPathComponent(dataHome, "Trash/files");
+    const std::string trash =
+        platform::PathUtils::stringByAppendingPathComponent(dataHome, "Trash/files");
     if (!makePrivateFolders(trash)) return {};
     return trash + "/";
 }
@@ -106,7 +107,7 @@ std::string getTrashPath() {
         dataHome = value;
     } else if (const std::string home = platform::homeFromPasswordDatabase();
                platform::isUsableHomeDirectory(home)) {
-        dataHome = PathUtils::stringByAppendingPathComponent(home, ".local/share");
+        dataHome = platform::PathUtils::stringByAppendingPathComponent(home, ".local/share");
     }
     // A failed lookup is not kept: the next call tries again.
     known = getTrashPath(dataHome);
@@ -133,11 +134,11 @@ std::string getTempFilePathWithExt(const std::optional<std::string>& ext,
     for (int length = kFirstNameLength;; ++length) {
         std::string name = makeName(length);
         if (ext) {
-            auto withExtension = PathUtils::stringByAppendingPathExtension(name, *ext);
+            auto withExtension = platform::PathUtils::stringByAppendingPathExtension(name, *ext);
             if (!withExtension) return {};
             name = std::move(*withExtension);
         }
-        std::string path = PathUtils::stringByAppendingPathComponent(baseFolder, name);
+        std::string path = platform::PathUtils::stringByAppendingPathComponent(baseFolder, name);
         // Ends at the latest when the name grows too long to exist.
         if (!fileExistsWithoutTraversingSymbolicLinkAtPath(path)) return path;
     }
@@ -154,7 +155,7 @@ std::string getTempFilePathWithFileName(const std::string& fileName) {
     const std::string folder = getTempFilePathWithExt(std::nullopt);
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
-    return PathUtils::stringByAppendingPathComponent(folder, fileName);
+    return platform::PathUtils::stringByAppendingPathComponent(folder, fileName);
 }
 
 std::string randomStringWithLength(int length) {

@@ -52,7 +52,7 @@ std::shared_ptr<UpdateRestarter> UpdateRestarter::create(std::optional<std::stri
 
 UpdateRestarter::UpdateRestarter(Private, std::optional<std::string> bundlePath,
                                  TerminateBlock terminate)
-    : m_sBundlePath(std::move(bundlePath)), m_pTerminate(std::move(terminate)) {}
+    : m_sBundlePath(std::move(bundlePath)), m_fnTerminate(std::move(terminate)) {}
 
 void UpdateRestarter::receivedNotification(FileEventQueue&, const std::string&,
                                            const std::string&) {
@@ -62,5 +62,5 @@ void UpdateRestarter::receivedNotification(FileEventQueue&, const std::string&,
         FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(*m_sBundlePath)) {
         return;
     }
-    m_pTerminate();
+    m_fnTerminate();
 }

@@ -44,5 +44,5 @@ public:
 private:
     std::optional<std::string> m_sBundlePath;
     std::shared_ptr<FileEventQueue> m_pFileEventQueue;
-    TerminateBlock m_pTerminate;
+    TerminateBlock m_fnTerminate;
 };

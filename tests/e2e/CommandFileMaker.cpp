@@ -24,6 +24,11 @@
 #include "messages/KeyedArchive.h"
 #include "platform/PropertyList.h"
 
+using platform::PlistArray;
+using platform::PlistDictionary;
+using platform::PlistUid;
+using platform::PlistValue;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -40,7 +45,9 @@ bool writeFile(const std::string& path, const Bytes& bytes) {
     return ::close(fd) == 0 && done == bytes.size();
 }
 
-Bytes bytesOf(const std::string& text) { return Bytes(text.begin(), text.end()); }
+Bytes bytesOf(const std::string& text) {
+    return Bytes(text.begin(), text.end());
+}
 
 Bytes excludeCommand(const std::vector<std::string>& paths) {
     auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths);
@@ -65,8 +72,8 @@ Bytes deepArchive(std::size_t depth, bool cycle) {
     for (std::size_t i = 0; i < depth; ++i) {
         const std::uint64_t next = i + 1 < depth ? i + 2 : (cycle ? 1 : 0);
         PlistDictionary array;
-        array["NS.objects"] =
-            next == 0 ? PlistValue(PlistArray{}) : PlistValue(PlistArray{PlistValue(PlistUid{next})});
+        array["NS.objects"] = next == 0 ? PlistValue(PlistArray{})
+                                        : PlistValue(PlistArray{PlistValue(PlistUid{next})});
         array["$class"] = PlistValue(PlistUid{classIndex});
         objects.emplace_back(std::move(array));
     }
@@ -81,7 +88,7 @@ Bytes deepArchive(std::size_t depth, bool cycle) {
     archive["$version"] = PlistValue(KeyedArchive::kVersion);
     archive["$top"] = PlistValue(std::move(top));
     archive["$objects"] = PlistValue(std::move(objects));
-    return PropertyList::toBinary(PlistValue(std::move(archive)));
+    return platform::PropertyList::toBinary(PlistValue(std::move(archive)));
 }
 
 // Property-list text nested `depth` containers deep, closed or not.
@@ -102,14 +109,16 @@ Bytes absurdBinary(std::uint8_t marker, std::uint64_t count, std::uint64_t objec
     Bytes bytes = bytesOf("bplist00");
     bytes.push_back(static_cast<std::uint8_t>(marker | 0x0F));
     bytes.push_back(0x13);  // an 8-byte integer follows
-    for (int shift = 56; shift >= 0; shift -= 8) bytes.push_back(static_cast<std::uint8_t>(count >> shift));
+    for (int shift = 56; shift >= 0; shift -= 8)
+        bytes.push_back(static_cast<std::uint8_t>(count >> shift));
     const std::size_t offsetTable = bytes.size();
     bytes.push_back(8);  // the one object's offset
     Bytes trailer(32, 0);
     trailer[6] = 1;  // offset size
     trailer[7] = 1;  // reference size
     for (int i = 0; i < 8; ++i) trailer[8 + i] = static_cast<std::uint8_t>(objects >> (56 - 8 * i));
-    for (int i = 0; i < 8; ++i) trailer[24 + i] = static_cast<std::uint8_t>(offsetTable >> (56 - 8 * i));
+    for (int i = 0; i < 8; ++i)
+        trailer[24 + i] = static_cast<std::uint8_t>(offsetTable >> (56 - 8 * i));
     bytes.insert(bytes.end(), trailer.begin(), trailer.end());
     return bytes;
 }
@@ -126,7 +135,8 @@ public:
         }
         const std::string victim = m_folder + "/victims/precious.txt";
         if (!writeFile(victim, bytesOf("keep me\n"))) return false;
-        if (::mkdir((m_folder + "/victims/folder").c_str(), 0700) != 0 && errno != EEXIST) return false;
+        if (::mkdir((m_folder + "/victims/folder").c_str(), 0700) != 0 && errno != EEXIST)
+            return false;
         // Near misses: a different case, a further extension, none at all.
         for (const char* name : {"upper.MSGFORSWHELP", "twice.msgforswhelp.txt", "msgforswhelp",
                                  "dotted.msgforswhelp-"}) {
@@ -155,9 +165,12 @@ private:
     std::string name(int i) {
         // One in eight names is odd; the rest are plain.
         static const std::vector<std::string> odd = {
-            "new\nline", "tab\there", "quote\"s'", "back\\slash", "-leading-dash", "--help",
-            "  spaces  ", "ünïcødé ✓", "日本語", "$(rm -rf ~)", "semi;colon", "star*?[a]",
-            "a.b.c", std::string(200, 'L'), "%s%n%x", "\x01\x7f"};
+            "new\nline",   "tab\there",           "quote\"s'",
+            "back\\slash", "-leading-dash",       "--help",
+            "  spaces  ",  "ünïcødé ✓",           "日本語",
+            "$(rm -rf ~)", "semi;colon",          "star*?[a]",
+            "a.b.c",       std::string(200, 'L'), "%s%n%x",
+            "\x01\x7f"};
         std::string stem = "entry-" + std::to_string(i);
         if (i % 8 == 7) stem += "-" + odd[below(odd.size())];
         return m_folder + "/hostile/" + stem + ".msgforswhelp";
@@ -166,7 +179,8 @@ private:
     bool makeOne(int i) {
         const std::string path = name(i);
         switch (i % 16) {
-            case 0: return writeFile(path, randomBytes(below(8192)));
+            case 0:
+                return writeFile(path, randomBytes(below(8192)));
             case 1: {
                 Bytes bytes = bytesOf("bplist00");
                 const Bytes tail = randomBytes(below(512));
@@ -174,22 +188,25 @@ private:
                 return writeFile(path, bytes);
             }
             case 2: {  // a good command cut short
-                Bytes bytes = excludeCommand({"/Applications/zz-hostile-" + std::to_string(i) + ".app"});
+                Bytes bytes =
+                    excludeCommand({"/Applications/zz-hostile-" + std::to_string(i) + ".app"});
                 bytes.resize(below(bytes.size()));
                 return writeFile(path, bytes);
             }
             case 3: {  // a good command with a few bytes changed
-                Bytes bytes = excludeCommand({"/Applications/zz-hostile-" + std::to_string(i) + ".app"});
+                Bytes bytes =
+                    excludeCommand({"/Applications/zz-hostile-" + std::to_string(i) + ".app"});
                 for (std::size_t flips = 1 + below(8); flips-- > 0;) {
                     bytes[below(bytes.size())] = static_cast<std::uint8_t>(m_random());
                 }
                 return writeFile(path, bytes);
             }
             case 4: {  // the text form, cut short
-                Bytes bytes = bytesOf(PropertyList::toXml(*KeyedArchive::archivedRootObject(
-                    *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
-                         std::vector<std::string>{"/Applications/zz-hostile.app"})
-                         ->data())));
+                Bytes bytes =
+                    bytesOf(platform::PropertyList::toXml(*KeyedArchive::archivedRootObject(
+                        *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+                             std::vector<std::string>{"/Applications/zz-hostile.app"})
+                             ->data())));
                 bytes.resize(below(bytes.size()));
                 return writeFile(path, bytes);
             }
@@ -197,7 +214,9 @@ private:
                 const std::size_t depth = i % 1024 == 5 ? 100000 : 300 + below(3000);
                 return writeFile(path, deepXml(depth, i % 3 != 0));
             }
-            case 6: return writeFile(path, deepArchive(i % 512 == 6 ? 20000 : 10 + below(400), i % 2 == 0));
+            case 6:
+                return writeFile(path,
+                                 deepArchive(i % 512 == 6 ? 20000 : 10 + below(400), i % 2 == 0));
             case 7: {  // well-formed archives of the wrong shape
                 ArchivedObject::Dictionary wrongCommand{{"command", PlistValue(std::int64_t{42})}};
                 ArchivedObject::Dictionary wrongPaths{{"command", "exclude-paths"},
@@ -208,9 +227,11 @@ private:
                                                     ArchivedObject::Dictionary{},
                                                     "/Applications/zz-mixed.app"}}};
                 const std::vector<ArchivedObject> shapes = {
-                    ArchivedObject("exclude-paths"), ArchivedObject(PlistValue(3.5)),
+                    ArchivedObject("exclude-paths"),
+                    ArchivedObject(PlistValue(3.5)),
                     ArchivedObject(ArchivedObject::Array{"clear-exclude-paths"}),
-                    ArchivedObject(wrongCommand), ArchivedObject(wrongPaths),
+                    ArchivedObject(wrongCommand),
+                    ArchivedObject(wrongPaths),
                     ArchivedObject(mixedPaths)};
                 return writeFile(path, archiveOf(shapes[below(shapes.size())]));
             }
@@ -218,8 +239,8 @@ private:
                 const std::uint8_t markers[] = {0xA0, 0xD0, 0x50, 0x60, 0x40};
                 const std::uint64_t counts[] = {~std::uint64_t{0}, std::uint64_t{1} << 62,
                                                 std::uint64_t{1} << 40, 0x7FFFFFFF};
-                return writeFile(path, absurdBinary(markers[below(5)], counts[below(4)],
-                                                    counts[below(4)]));
+                return writeFile(
+                    path, absurdBinary(markers[below(5)], counts[below(4)], counts[below(4)]));
             }
             case 9: {  // an exclude command with many paths
                 std::vector<std::string> paths(i % 1024 == 9 ? 50000 : 10 + below(200));
@@ -244,12 +265,15 @@ private:
                 if (fd >= 0) ::close(fd);
                 return made;
             }
-            case 13: return writeFile(path, bytesOf("<?xml version=\"1.0\"?><plist><string>" +
-                                                    std::string(below(4096), '&') + "</plist>"));
-            case 14: return writeFile(path, clearCommand());
+            case 13:
+                return writeFile(path, bytesOf("<?xml version=\"1.0\"?><plist><string>" +
+                                               std::string(below(4096), '&') + "</plist>"));
+            case 14:
+                return writeFile(path, clearCommand());
             default: {  // harmless good commands among the rest
-                return writeFile(path, excludeCommand({"/Applications/zz-good-" +
-                                                       std::to_string(i) + ".app", ""}));
+                return writeFile(
+                    path,
+                    excludeCommand({"/Applications/zz-good-" + std::to_string(i) + ".app", ""}));
             }
         }
     }
@@ -259,9 +283,10 @@ private:
 };
 
 int usage() {
-    std::fputs("usage: e2e_command_files exclude FILE PATH... | clear FILE |"
-               " hostile FOLDER COUNT SEED\n",
-               stderr);
+    std::fputs(
+        "usage: e2e_command_files exclude FILE PATH... | clear FILE |"
+        " hostile FOLDER COUNT SEED\n",
+        stderr);
     return 2;
 }
 

@@ -7,6 +7,12 @@
 #include "platform/UserDefaults.h"
 #include "support/TempDir.h"
 
+using platform::PlistArray;
+using platform::PlistData;
+using platform::PlistDate;
+using platform::PlistDictionary;
+using platform::PlistValue;
+
 namespace {
 
 using platform::UserDefaults;

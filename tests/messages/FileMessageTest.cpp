@@ -32,7 +32,7 @@ std::shared_ptr<FileMessage> received(std::optional<ArchivedObject> body) {
 }
 
 TEST(FileMessage, ReadOperationsCheckTheCommandAndTheirArguments) {
-    const ArchivedObject four{PlistValue(4)};
+    const ArchivedObject four{platform::PlistValue(4)};
     const std::vector<std::string> none = {"untouched"};
     struct Case {
         std::shared_ptr<FileMessage> message;

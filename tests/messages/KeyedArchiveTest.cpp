@@ -15,6 +15,13 @@
 #include "support/ExpandingPropertyLists.h"
 #include "support/TempDir.h"
 
+using platform::PlistArray;
+using platform::PlistData;
+using platform::PlistDate;
+using platform::PlistDictionary;
+using platform::PlistUid;
+using platform::PlistValue;
+
 namespace {
 
 using Array = ArchivedObject::Array;
@@ -202,7 +209,7 @@ TEST(KeyedArchive, RefusesEveryTruncation) {
 TEST(KeyedArchive, ReadsArchivesMadeByThePlatform) {
     const char* fixtures = std::getenv("SWEEPWELL_FIXTURES");
     const std::string folder = std::string(fixtures ? fixtures : "") + "/keyed-archives/";
-    if (!fixtures || !PropertyList::readFile(folder + "NSSet-Numbers.archive")) {
+    if (!fixtures || !platform::PropertyList::readFile(folder + "NSSet-Numbers.archive")) {
         GTEST_SKIP() << "no keyed-archive fixtures (SWEEPWELL_FIXTURES)";
     }
     auto url = [](const std::string& base, const std::string& relative) {
@@ -300,7 +307,9 @@ std::optional<ChildRun> runInChild(const std::function<bool()>& work) {
 TEST(KeyedArchive, ExpandingListsReadAsNothingInBoundedMemory) {
     namespace expanding = testsupport::expanding;
     using Bytes = std::vector<std::uint8_t>;
-    auto plist = [](const Bytes& bytes) { return PropertyList::parse(bytes.data(), bytes.size()); };
+    auto plist = [](const Bytes& bytes) {
+        return platform::PropertyList::parse(bytes.data(), bytes.size());
+    };
     auto archive = [](const Bytes& bytes) { return KeyedArchive::unarchiveObjectWithData(bytes); };
     const struct {
         const char* shape;

@@ -19,8 +19,8 @@ const char kXmlInfo[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 </plist>
 )";
 
-std::string binaryInfo(const PlistValue& info) {
-    const auto bytes = PropertyList::toBinary(info);
+std::string binaryInfo(const platform::PlistValue& info) {
+    const auto bytes = platform::PropertyList::toBinary(info);
     return std::string(bytes.begin(), bytes.end());
 }
 
@@ -28,13 +28,13 @@ TEST(Bundle, ReadsInfoPlistInEitherFormatAndRefusesOtherFolders) {
     testsupport::TempDir dir;
     dir.writeFile("Xml.app/Contents/Info.plist", kXmlInfo);
     dir.writeFile("Bin.bundle/Contents/Info.plist",
-                  binaryInfo(PlistDictionary{{"CFBundleIdentifier", "com.example.Bin"}}));
+                  binaryInfo(platform::PlistDictionary{{"CFBundleIdentifier", "com.example.Bin"}}));
     dir.writeFile("Odd.app/Contents/Info.plist",
-                  binaryInfo(PlistDictionary{{"CFBundleIdentifier", 42},
-                                             {"CFBundleExecutable", PlistArray{}}}));
+                  binaryInfo(platform::PlistDictionary{
+                      {"CFBundleIdentifier", 42}, {"CFBundleExecutable", platform::PlistArray{}}}));
     dir.makeDir("Empty.app/Contents");
     dir.writeFile("Garbage.app/Contents/Info.plist", "\x01\x02 not a plist");
-    dir.writeFile("Array.app/Contents/Info.plist", binaryInfo(PlistArray{"x"}));
+    dir.writeFile("Array.app/Contents/Info.plist", binaryInfo(platform::PlistArray{"x"}));
     dir.writeFile("File.app", "a file, not a folder");
 
     struct Case {
@@ -80,11 +80,12 @@ TEST(Bundle, ReadsInfoPlistInEitherFormatAndRefusesOtherFolders) {
 TEST(Bundle, MainBundleIsTheApplicationAroundContentsMacOS) {
     testsupport::TempDir dir;
     const std::string info =
-        binaryInfo(PlistDictionary{{"CFBundleIdentifier", "com.example.Main"}});
+        binaryInfo(platform::PlistDictionary{{"CFBundleIdentifier", "com.example.Main"}});
     dir.writeFile("Main.app/Contents/Info.plist", info);
     dir.writeFile("Main.app/Contents/MacOS/main");
-    dir.writeFile("Main.app/Contents/Library/LoginItems/Helper.app/Contents/Info.plist",
-                  binaryInfo(PlistDictionary{{"CFBundleIdentifier", "com.example.Helper"}}));
+    dir.writeFile(
+        "Main.app/Contents/Library/LoginItems/Helper.app/Contents/Info.plist",
+        binaryInfo(platform::PlistDictionary{{"CFBundleIdentifier", "com.example.Helper"}}));
     dir.writeFile("Plugin.bundle/Contents/Info.plist", info);
     dir.writeFile("NoInfo.app/Contents/MacOS/main");
 

@@ -48,7 +48,8 @@ TEST(ByteCountFormatterTest, FileStyleText) {
         {std::numeric_limits<std::int64_t>::min(), "-9.22 EB"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(ByteCountFormatter::stringFromByteCount(row.bytes), row.expected) << row.bytes;
+        EXPECT_EQ(platform::ByteCountFormatter::stringFromByteCount(row.bytes), row.expected)
+            << row.bytes;
     }
 }
 
@@ -80,16 +81,17 @@ TEST(ByteCountFormatterTest, EachShippedLanguageWritesItsOwnNumbersAndUnits) {
     };
     for (const auto& row : rows) {
         for (std::size_t i = 0; i < std::size(counts); ++i) {
-            EXPECT_EQ(ByteCountFormatter::stringFromByteCount(counts[i], row.language),
+            EXPECT_EQ(platform::ByteCountFormatter::stringFromByteCount(counts[i], row.language),
                       row.expected[i])
                 << row.language << " " << counts[i];
         }
     }
     // Regions and POSIX spellings reach the same rules; no name is English.
-    EXPECT_EQ(ByteCountFormatter::stringFromByteCount(72500000, "de_AT.UTF-8"), "72,5 MB");
-    EXPECT_EQ(ByteCountFormatter::stringFromByteCount(72500000, "fr_CA"), "72,5 Mo");
-    EXPECT_EQ(ByteCountFormatter::stringFromByteCount(72500000, "en_GB"), "72.5 MB");
-    EXPECT_EQ(ByteCountFormatter::stringFromByteCount(0, ""), "Zero KB");
+    EXPECT_EQ(platform::ByteCountFormatter::stringFromByteCount(72500000, "de_AT.UTF-8"),
+              "72,5 MB");
+    EXPECT_EQ(platform::ByteCountFormatter::stringFromByteCount(72500000, "fr_CA"), "72,5 Mo");
+    EXPECT_EQ(platform::ByteCountFormatter::stringFromByteCount(72500000, "en_GB"), "72.5 MB");
+    EXPECT_EQ(platform::ByteCountFormatter::stringFromByteCount(0, ""), "Zero KB");
 }
 
 }  // namespace

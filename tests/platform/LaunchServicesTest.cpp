@@ -81,9 +81,10 @@ TEST(LaunchServices, TheSettingsStoreAddsApplicationFolders) {
     platform::UserDefaults settings("");
     EXPECT_EQ(applicationFolders("/home/u", settings),
               (std::vector<std::string>{"/Applications", "/home/u/Applications"}));
-    settings.setObject(platform::LaunchServices::kApplicationFoldersKey,
-                       PlistArray{"/opt/apps/", "~/Apps", "relative", 42, "/Applications", "", "~",
-                                  "~other/x", "/home/u/Applications", "/opt/apps"});
+    settings.setObject(
+        platform::LaunchServices::kApplicationFoldersKey,
+        platform::PlistArray{"/opt/apps/", "~/Apps", "relative", 42, "/Applications", "", "~",
+                             "~other/x", "/home/u/Applications", "/opt/apps"});
     const struct {
         std::string home;
         std::vector<std::string> folders;

@@ -100,9 +100,11 @@ protected:
 
     void makeApp(const std::string& relative, const std::string& id) {
         m_dir.makeDir(relative + "/Contents");
-        PlistDictionary info{{"CFBundleIdentifier", id}, {"CFBundleShortVersionString", "2.1"}};
-        ASSERT_TRUE(PropertyList::writeFileAtomically(m_dir / (relative + "/Contents/Info.plist"),
-                                                      PlistValue(info), PropertyList::Format::Xml));
+        platform::PlistDictionary info{{"CFBundleIdentifier", id},
+                                       {"CFBundleShortVersionString", "2.1"}};
+        ASSERT_TRUE(platform::PropertyList::writeFileAtomically(
+            m_dir / (relative + "/Contents/Info.plist"), platform::PlistValue(info),
+            platform::PropertyList::Format::Xml));
     }
 
     // The paths a finished query found, sorted.

@@ -31,7 +31,7 @@ TEST(PathUtilsTest, LastPathComponent) {
         {".profile", ".profile"},
     };
     for (const Row& row : rows)
-        EXPECT_EQ(PathUtils::lastPathComponent(row.input), row.expected) << row.input;
+        EXPECT_EQ(platform::PathUtils::lastPathComponent(row.input), row.expected) << row.input;
 }
 
 TEST(PathUtilsTest, DeletingLastPathComponent) {
@@ -49,7 +49,7 @@ TEST(PathUtilsTest, DeletingLastPathComponent) {
         {"///", "/"},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(PathUtils::stringByDeletingLastPathComponent(row.input), row.expected)
+        EXPECT_EQ(platform::PathUtils::stringByDeletingLastPathComponent(row.input), row.expected)
             << row.input;
     }
 }
@@ -71,7 +71,8 @@ TEST(PathUtilsTest, AppendingPathComponent) {
         {"a", "b/c", "a/b/c"},
     };
     for (const Join& row : rows) {
-        EXPECT_EQ(PathUtils::stringByAppendingPathComponent(row.path, row.component), row.expected)
+        EXPECT_EQ(platform::PathUtils::stringByAppendingPathComponent(row.path, row.component),
+                  row.expected)
             << row.path << " + " << row.component;
     }
 }
@@ -97,7 +98,7 @@ TEST(PathUtilsTest, PathExtension) {
         {"/", ""},
     };
     for (const Row& row : rows)
-        EXPECT_EQ(PathUtils::pathExtension(row.input), row.expected) << row.input;
+        EXPECT_EQ(platform::PathUtils::pathExtension(row.input), row.expected) << row.input;
 }
 
 TEST(PathUtilsTest, DeletingPathExtension) {
@@ -119,7 +120,8 @@ TEST(PathUtilsTest, DeletingPathExtension) {
         {"", ""},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(PathUtils::stringByDeletingPathExtension(row.input), row.expected) << row.input;
+        EXPECT_EQ(platform::PathUtils::stringByDeletingPathExtension(row.input), row.expected)
+            << row.input;
     }
 }
 
@@ -140,7 +142,8 @@ TEST(PathUtilsTest, AppendingPathExtension) {
         {"Plugins/File", "bundle/Contents", std::nullopt},
     };
     for (const Ext& row : rows) {
-        EXPECT_EQ(PathUtils::stringByAppendingPathExtension(row.path, row.ext), row.expected)
+        EXPECT_EQ(platform::PathUtils::stringByAppendingPathExtension(row.path, row.ext),
+                  row.expected)
             << row.path << " . " << row.ext;
     }
 }
@@ -162,12 +165,13 @@ TEST(PathUtilsTest, ComponentsAndBack) {
         {"", {}, ""},
     };
     for (const Split& row : rows) {
-        EXPECT_EQ(PathUtils::pathComponents(row.path), row.components) << row.path;
-        EXPECT_EQ(PathUtils::pathWithComponents(row.components), row.rejoined) << row.path;
+        EXPECT_EQ(platform::PathUtils::pathComponents(row.path), row.components) << row.path;
+        EXPECT_EQ(platform::PathUtils::pathWithComponents(row.components), row.rejoined)
+            << row.path;
     }
     // doc: a trailing empty component gives a trailing separator.
-    EXPECT_EQ(PathUtils::pathWithComponents({"/", "tmp", ""}), "/tmp/");
-    EXPECT_EQ(PathUtils::pathWithComponents({"a", "", "b"}), "a/b");
+    EXPECT_EQ(platform::PathUtils::pathWithComponents({"/", "tmp", ""}), "/tmp/");
+    EXPECT_EQ(platform::PathUtils::pathWithComponents({"a", "", "b"}), "a/b");
 }
 
 TEST(PathUtilsTest, IsAbsolutePath) {
@@ -176,7 +180,7 @@ TEST(PathUtilsTest, IsAbsolutePath) {
         {"", false}, {"tmp", false}, {"./a", false}, {"..", false},
     };
     for (const auto& [path, absolute] : rows)
-        EXPECT_EQ(PathUtils::isAbsolutePath(path), absolute) << path;
+        EXPECT_EQ(platform::PathUtils::isAbsolutePath(path), absolute) << path;
 }
 
 TEST(PathUtilsTest, StandardizingPath) {
@@ -202,7 +206,8 @@ TEST(PathUtilsTest, StandardizingPath) {
         {"//", "/"},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(PathUtils::stringByStandardizingPath(row.input, home), row.expected) << row.input;
+        EXPECT_EQ(platform::PathUtils::stringByStandardizingPath(row.input, home), row.expected)
+            << row.input;
     }
 }
 
@@ -212,12 +217,12 @@ TEST(PathUtilsTest, StandardizingPathResolvesParentThroughLinks) {
     temp.makeDir("elsewhere/deep");
     temp.makeSymlink("real/link", temp / "elsewhere/deep");
     // ".." after a link leads to the link target's parent, as the kernel sees it.
-    EXPECT_EQ(PathUtils::stringByStandardizingPath(temp / "real/link/../x", "/h"),
+    EXPECT_EQ(platform::PathUtils::stringByStandardizingPath(temp / "real/link/../x", "/h"),
               temp / "elsewhere/x");
-    EXPECT_EQ(PathUtils::stringByStandardizingPath(temp / "real/inner/../x", "/h"),
+    EXPECT_EQ(platform::PathUtils::stringByStandardizingPath(temp / "real/inner/../x", "/h"),
               temp / "real/x");
     // A link that is not followed by ".." is left in place.
-    EXPECT_EQ(PathUtils::stringByStandardizingPath(temp / "real/link/./y/", "/h"),
+    EXPECT_EQ(platform::PathUtils::stringByStandardizingPath(temp / "real/link/./y/", "/h"),
               temp / "real/link/y");
 }
 

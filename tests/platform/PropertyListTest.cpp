@@ -11,6 +11,13 @@
 #include "platform/PropertyList.h"
 #include "support/TempDir.h"
 
+using platform::PlistArray;
+using platform::PlistData;
+using platform::PlistDate;
+using platform::PlistDictionary;
+using platform::PlistUid;
+using platform::PlistValue;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -83,7 +90,7 @@ std::string nestedXml(std::size_t depth) {
 }
 
 std::optional<PlistValue> parseBytes(const Bytes& bytes) {
-    return PropertyList::parse(bytes.data(), bytes.size());
+    return platform::PropertyList::parse(bytes.data(), bytes.size());
 }
 
 TEST(PropertyList, EveryKindRoundTripsThroughBothFormats) {
@@ -128,21 +135,22 @@ TEST(PropertyList, EveryKindRoundTripsThroughBothFormats) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_TRUE(PropertyList::isSerializable(c.value));
-        const Bytes binary = PropertyList::toBinary(c.value);
+        EXPECT_TRUE(platform::PropertyList::isSerializable(c.value));
+        const Bytes binary = platform::PropertyList::toBinary(c.value);
         ASSERT_FALSE(binary.empty());
         EXPECT_EQ(parseBytes(binary), c.value);
-        const std::string xml = PropertyList::toXml(c.value);
+        const std::string xml = platform::PropertyList::toXml(c.value);
         ASSERT_FALSE(xml.empty());
-        const auto fromXml = PropertyList::parse(xml);
+        const auto fromXml = platform::PropertyList::parse(xml);
         ASSERT_TRUE(fromXml.has_value());
         if (c.xmlKeepsIt) {
             EXPECT_EQ(*fromXml, c.value);
         }
     }
     // -1 and 2^64-1 share their bits but are different values.
-    EXPECT_NE(parseBytes(PropertyList::toBinary(std::numeric_limits<std::uint64_t>::max())),
-              PlistValue(-1));
+    EXPECT_NE(
+        parseBytes(platform::PropertyList::toBinary(std::numeric_limits<std::uint64_t>::max())),
+        PlistValue(-1));
 }
 
 // Equal values share one object, whichever copies they are, so the bytes
@@ -150,7 +158,7 @@ TEST(PropertyList, EveryKindRoundTripsThroughBothFormats) {
 // addresses happened to hash alike wrote one command two ways.
 TEST(PropertyList, EqualValuesShareOneObjectWhateverTheirAddresses) {
     const PlistValue value(PlistArray(64, PlistValue(PlistData{1, 2, 3})));
-    const Bytes binary = PropertyList::toBinary(value);
+    const Bytes binary = platform::PropertyList::toBinary(value);
     ASSERT_GE(binary.size(), 32u);
     std::uint64_t objects = 0;  // the trailer's second 8-byte field
     for (std::size_t i = binary.size() - 24; i < binary.size() - 16; ++i) {
@@ -177,23 +185,24 @@ TEST(PropertyList, ValuesNoPropertyListCanHoldAreNotWritten) {
     };
     for (const auto& [name, value] : cases) {
         SCOPED_TRACE(name);
-        EXPECT_FALSE(PropertyList::isSerializable(value));
-        EXPECT_TRUE(PropertyList::toBinary(value).empty());
-        EXPECT_TRUE(PropertyList::toXml(value).empty());
+        EXPECT_FALSE(platform::PropertyList::isSerializable(value));
+        EXPECT_TRUE(platform::PropertyList::toBinary(value).empty());
+        EXPECT_TRUE(platform::PropertyList::toXml(value).empty());
     }
 }
 
 TEST(PropertyList, HostileInputIsRefused) {
-    const Bytes good = PropertyList::toBinary(
+    const Bytes good = platform::PropertyList::toBinary(
         PlistDictionary{{"a", PlistArray{1, 2.5, "three"}}, {"b", PlistData{9, 9}}});
     ASSERT_TRUE(parseBytes(good));
     for (std::size_t length = 0; length < good.size(); ++length) {
         EXPECT_FALSE(parseBytes(Bytes(good.begin(), good.begin() + length))) << length;
     }
-    const std::string goodXml = PropertyList::toXml(PlistDictionary{{"a", PlistArray{1, "x"}}});
-    ASSERT_TRUE(PropertyList::parse(goodXml));
+    const std::string goodXml =
+        platform::PropertyList::toXml(PlistDictionary{{"a", PlistArray{1, "x"}}});
+    ASSERT_TRUE(platform::PropertyList::parse(goodXml));
     for (std::size_t length = 0; length < goodXml.size(); length += 7) {
-        (void)PropertyList::parse(goodXml.substr(0, length));  // must simply not crash
+        (void)platform::PropertyList::parse(goodXml.substr(0, length));  // must simply not crash
     }
 
     BinaryBuilder selfCycle;
@@ -269,7 +278,7 @@ TEST(PropertyList, HostileInputIsRefused) {
         {"100000 levels hidden after a comment", "<!-- <array> -->" + nestedXml(100000)},
     };
     for (const auto& [name, xml] : xmlCases) {
-        EXPECT_FALSE(PropertyList::parse(xml)) << name;
+        EXPECT_FALSE(platform::PropertyList::parse(xml)) << name;
     }
 }
 
@@ -293,34 +302,36 @@ TEST(PropertyList, LimitsLetReasonableInputThrough) {
     EXPECT_EQ(parseBytes(dictionary.build()),
               PlistValue(PlistDictionary{{"axb", true}, {"ay", true}}));
 
-    EXPECT_EQ(PropertyList::parse(nestedXml(512)), nestedArrays(512));
+    EXPECT_EQ(platform::PropertyList::parse(nestedXml(512)), nestedArrays(512));
     // A self-closing element opens no level.
-    EXPECT_EQ(PropertyList::parse("<plist><array><array/><true/></array></plist>"),
+    EXPECT_EQ(platform::PropertyList::parse("<plist><array><array/><true/></array></plist>"),
               PlistValue(PlistArray{PlistArray{}, true}));
     // Keyed archives write a UID as a one-key dictionary in XML.
-    EXPECT_EQ(PropertyList::parse("<plist><dict><key>CF$UID</key><integer>3</integer></dict>"
-                                  "</plist>"),
-              PlistValue(PlistUid{3}));
+    EXPECT_EQ(
+        platform::PropertyList::parse("<plist><dict><key>CF$UID</key><integer>3</integer></dict>"
+                                      "</plist>"),
+        PlistValue(PlistUid{3}));
 }
 
 TEST(PropertyList, FilesAreReadAndWrittenWhole) {
     testsupport::TempDir dir;
     const PlistValue value = PlistDictionary{{"name", "x"}, {"n", 5}};
 
-    for (auto format : {PropertyList::Format::Binary, PropertyList::Format::Xml}) {
+    for (auto format :
+         {platform::PropertyList::Format::Binary, platform::PropertyList::Format::Xml}) {
         const std::string path = dir / "out.plist";
-        ASSERT_TRUE(PropertyList::writeFileAtomically(path, value, format, 0600));
-        EXPECT_EQ(PropertyList::readFile(path), value);
+        ASSERT_TRUE(platform::PropertyList::writeFileAtomically(path, value, format, 0600));
+        EXPECT_EQ(platform::PropertyList::readFile(path), value);
         struct stat info {};
         ASSERT_EQ(::stat(path.c_str(), &info), 0);
         EXPECT_EQ(info.st_mode & 07777, 0600u);
     }
     // A write that cannot happen leaves the old file as it was.
     const std::string before = testsupport::readFile(dir / "out.plist");
-    EXPECT_FALSE(PropertyList::writeFileAtomically(dir / "out.plist", PlistValue(),
-                                                   PropertyList::Format::Xml));
-    EXPECT_FALSE(PropertyList::writeFileAtomically(dir / "missing/out.plist", value,
-                                                   PropertyList::Format::Binary));
+    EXPECT_FALSE(platform::PropertyList::writeFileAtomically(dir / "out.plist", PlistValue(),
+                                                             platform::PropertyList::Format::Xml));
+    EXPECT_FALSE(platform::PropertyList::writeFileAtomically(
+        dir / "missing/out.plist", value, platform::PropertyList::Format::Binary));
     EXPECT_EQ(testsupport::readFile(dir / "out.plist"), before);
     // No temporary file is left behind.
     std::size_t entries = 0;
@@ -335,7 +346,7 @@ TEST(PropertyList, FilesAreReadAndWrittenWhole) {
     const std::string fifo = dir / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     for (const char* name : {"folder", "garbage.plist", "fifo", "absent"}) {
-        EXPECT_FALSE(PropertyList::readFile(dir / name)) << name;
+        EXPECT_FALSE(platform::PropertyList::readFile(dir / name)) << name;
     }
 }
 

@@ -8,6 +8,10 @@
 #include "platform/UserDefaults.h"
 #include "support/TempDir.h"
 
+using platform::PlistArray;
+using platform::PlistDictionary;
+using platform::PlistValue;
+
 namespace {
 
 using platform::UserDefaults;
@@ -30,7 +34,7 @@ TEST(UserDefaults, ASecondInstanceSeesWhatTheFirstWrote) {
     ASSERT_TRUE(first.synchronize());
     EXPECT_EQ(modeOf(path), 0600u);
     EXPECT_EQ(modeOf(dir / "new/folder"), 0700u);
-    EXPECT_EQ(PropertyList::readFile(path),
+    EXPECT_EQ(platform::PropertyList::readFile(path),
               PlistValue(PlistDictionary{{"count", 3}, {"names", PlistArray{"a", "b"}}}));
 
     EXPECT_TRUE(UserDefaults(path).objectForKey("names"));  // opened afterwards

@@ -38,11 +38,12 @@ inline std::string makeApp(const testsupport::TempDir& dir, const std::string& r
                            const std::optional<std::string>& id,
                            const std::optional<std::string>& executable = std::nullopt) {
     const std::string path = dir.makeDir(relative + "/Contents/MacOS");
-    PlistDictionary info;
+    platform::PlistDictionary info;
     if (id) info["CFBundleIdentifier"] = *id;
     if (executable) info["CFBundleExecutable"] = *executable;
-    PropertyList::writeFileAtomically(dir / (relative + "/Contents/Info.plist"), PlistValue(info),
-                                      PropertyList::Format::Xml);
+    platform::PropertyList::writeFileAtomically(dir / (relative + "/Contents/Info.plist"),
+                                                platform::PlistValue(info),
+                                                platform::PropertyList::Format::Xml);
     dir.writeFile(relative + "/Contents/MacOS/" + executable.value_or("app"),
                   std::string(9000, 'b'));
     return dir / relative;

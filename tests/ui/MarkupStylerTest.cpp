@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "ui/MarkupStyler.h"
 #include "platform/Utf8.h"
+#include "ui/MarkupStyler.h"
 
 namespace {
 
@@ -183,7 +183,7 @@ TEST(MarkupStylerTest, HostileMarkupKeepsItsTextAndRunsTileIt) {
         std::string markup;
         for (int n = random() % 40; n > 0; --n) markup += pieces[random() % std::size(pieces)];
         const AttributedString s = styler.convertString(markup);
-        EXPECT_EQ(s.length(), Utf8::utf16Length(s.string())) << markup;
+        EXPECT_EQ(s.length(), platform::Utf8::utf16Length(s.string())) << markup;
         std::size_t next = 0;
         for (const auto& run : s.runs()) {
             EXPECT_EQ(run.location, next) << markup;

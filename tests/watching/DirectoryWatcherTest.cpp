@@ -48,7 +48,7 @@ protected:
     }
     void trashIt(const std::string& relative) {
         std::rename((dir / relative).c_str(),
-                    (trash + "/" + PathUtils::lastPathComponent(relative)).c_str());
+                    (trash + "/" + platform::PathUtils::lastPathComponent(relative)).c_str());
     }
     void changed() {
         DirectoryWatcher& watched = *watcher->getTrashWatcher();

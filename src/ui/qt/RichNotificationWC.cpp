@@ -204,8 +204,8 @@ void RichNotificationWC::acceptBundle(const std::shared_ptr<platform::Bundle>& b
     } else {
         m_bIsActive = true;
         m_pShowDate = dispatch::MainQueue::main().now();
-        m_sMainAppName =
-            PathUtils::stringByDeletingPathExtension(StringUtils::getDisplayNameAtPath(key));
+        m_sMainAppName = platform::PathUtils::stringByDeletingPathExtension(
+            StringUtils::getDisplayNameAtPath(key));
         m_nOtheAppCount = 0;
     }
     updateText();

@@ -34,9 +34,9 @@ RichNotificationView* RichNotificationWindow::contentView() const {
 
 bool RichNotificationWindow::event(QEvent* event) {
     const bool handled = QWidget::event(event);
-    if (event->type() == QEvent::WindowDeactivate && m_windowDidResignKey) {
+    if (event->type() == QEvent::WindowDeactivate && m_fnWindowDidResignKey) {
         // The handler may close the window; a copy outlives that.
-        auto handler = m_windowDidResignKey;
+        auto handler = m_fnWindowDidResignKey;
         handler();
     }
     return handled;

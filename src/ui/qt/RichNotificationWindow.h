@@ -25,7 +25,7 @@ public:
 
     // Called each time the window stops being the active window.
     void setWindowDidResignKeyHandler(std::function<void()> handler) {
-        m_windowDidResignKey = std::move(handler);
+        m_fnWindowDidResignKey = std::move(handler);
     }
 
 protected:
@@ -34,5 +34,5 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    std::function<void()> m_windowDidResignKey;
+    std::function<void()> m_fnWindowDidResignKey;
 };

@@ -103,7 +103,8 @@ protected:
     }
     void offer(RichNotificationWC& controller, const std::string& path) {
         controller.showNotificationForApp(std::make_shared<platform::Bundle>(
-            path, PlistDictionary{{"CFBundleIdentifier", std::string("com.example.app")}}));
+            path,
+            platform::PlistDictionary{{"CFBundleIdentifier", std::string("com.example.app")}}));
         m_pQueue->runUntilIdle();
     }
 

@@ -22,7 +22,8 @@ using namespace std::chrono_literals;
 namespace {
 
 std::shared_ptr<platform::Bundle> makeBundle(const std::string& path, const std::string& id) {
-    return std::make_shared<platform::Bundle>(path, PlistDictionary{{"CFBundleIdentifier", id}});
+    return std::make_shared<platform::Bundle>(
+        path, platform::PlistDictionary{{"CFBundleIdentifier", id}});
 }
 
 // Remains whose size and entries the test sets.
