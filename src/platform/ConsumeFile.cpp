@@ -8,24 +8,11 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/FileSystem.h"
+
 namespace platform {
 
 namespace {
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : m_nFD(fd) {}
-    ~Descriptor() {
-        if (m_nFD >= 0) ::close(m_nFD);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_nFD; }
-    explicit operator bool() const { return m_nFD >= 0; }
-
-private:
-    int m_nFD;
-};
 
 bool sameEntry(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
@@ -38,7 +25,7 @@ std::optional<std::string> readRegularFile(int folder, const std::string& name, 
                                            struct stat& entry) {
     // O_NONBLOCK: if a FIFO was swapped in since the name was examined, the
     // open must not wait for a writer. O_NOFOLLOW: nor may a link be followed.
-    const Descriptor fd(
+    const UniqueFd fd(
         ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!fd) return std::nullopt;
     struct stat opened {};
@@ -76,7 +63,7 @@ std::optional<std::string> consumeFile(const std::string& path, std::size_t limi
 
     // Everything below goes through the folder's descriptor, so the entry
     // examined, the one read and the one removed are all in the same folder.
-    const Descriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) return std::nullopt;
     struct stat entry {};
     if (::fstatat(folder.get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0)

@@ -3,14 +3,15 @@
 #include <dirent.h>
 
 #include <cerrno>
-#include <memory>
+
+#include "platform/FileSystem.h"
 
 namespace platform {
 
 DirectoryLister::Status DirectoryLister::forEachEntry(
     const std::string& path, const std::function<bool(std::string_view name)>& visit) {
     if (path.empty()) return Status::Failed;
-    std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(path.c_str()), ::closedir);
+    const DirectoryStream folder(::opendir(path.c_str()));
     if (!folder) return Status::Failed;
     for (;;) {
         // readdir answers null both at the end and on an error; only errno

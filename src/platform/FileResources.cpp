@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "platform/FileSystem.h"
 #include "platform/PathUtils.h"
 
 namespace platform {
@@ -52,12 +53,11 @@ bool isPackageFolder(const std::string& path) {
 // files and folders are opened: opening a device or a pipe can have effects.
 bool immutableFlagThroughDescriptor(const std::string& path, mode_t mode) {
     if (!S_ISREG(mode) && !S_ISDIR(mode)) return false;
-    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC);
-    if (fd < 0) return false;
+    const UniqueFd fd(
+        ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+    if (!fd) return false;
     int flags = 0;  // the kernel reads and writes an int, whatever the macro says
-    const bool immutable = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0 && (flags & FS_IMMUTABLE_FL);
-    ::close(fd);
-    return immutable;
+    return ::ioctl(fd.get(), FS_IOC_GETFLAGS, &flags) == 0 && (flags & FS_IMMUTABLE_FL);
 }
 
 ResourceValues valuesFor(const std::string& path, mode_t mode, std::uint64_t linkCount,

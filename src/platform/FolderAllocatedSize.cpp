@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/FileSystem.h"
 #include "platform/PasswordDatabase.h"
 
 namespace platform {
@@ -43,20 +44,20 @@ constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 // (openat2); cleared for good the first time it says it cannot.
 std::atomic<bool> g_canOpenWithinMount{true};
 
-// Opens a sub-folder of `parent` that lies on `device`, or answers -1. Where
+// Opens a sub-folder of `parent` that lies on `device`; empty when it cannot. Where
 // the kernel can refuse to cross a mount point that costs nothing extra;
 // elsewhere the opened folder's device is compared.
-int openFolderAt(int parent, const char* name, dev_t device) {
+UniqueFd openFolderAt(int parent, const char* name, dev_t device) {
     if (g_canOpenWithinMount.load(std::memory_order_relaxed)) {
         struct open_how how {};
         how.flags = kFolderFlags;
         how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
         for (;;) {
             const long fd = ::syscall(SYS_openat2, parent, name, &how, sizeof how);
-            if (fd >= 0) return static_cast<int>(fd);
+            if (fd >= 0) return UniqueFd(static_cast<int>(fd));
             if (errno == EINTR || errno == EAGAIN) continue;
             // Not there, or refused by a filter: fall back to comparing devices.
-            if (errno != ENOSYS && errno != EPERM && errno != E2BIG && errno != EINVAL) return -1;
+            if (errno != ENOSYS && errno != EPERM && errno != E2BIG && errno != EINVAL) return {};
             break;
         }
         g_canOpenWithinMount.store(false, std::memory_order_relaxed);
@@ -65,13 +66,10 @@ int openFolderAt(int parent, const char* name, dev_t device) {
     do {
         fd = ::openat(parent, name, kFolderFlags);
     } while (fd < 0 && errno == EINTR);
-    if (fd < 0) return -1;
+    UniqueFd folder(fd);
     struct stat info {};
-    if (::fstat(fd, &info) != 0 || info.st_dev != device) {
-        ::close(fd);
-        return -1;
-    }
-    return fd;
+    if (!folder || ::fstat(folder.get(), &info) != 0 || info.st_dev != device) return {};
+    return folder;
 }
 
 std::optional<std::pair<dev_t, ino_t>> identityOf(const std::string& path) {
@@ -113,36 +111,33 @@ public:
           m_pAbandoned(abandoned),
           m_pBuffer(new char[kReadBufferSize]) {}
 
-    std::uint64_t walk(int rootFd) {
+    // Folders still open when the walk ends are closed with the walker.
+    std::uint64_t walk(UniqueFd root) {
         m_nDepth = 0;
-        push(rootFd);
+        push(std::move(root));
         while (true) {
             Frame& frame = m_arrFrames[m_nDepth];
             if (frame.next < frame.names.size()) {
                 if (m_pAbandoned != nullptr && m_pAbandoned->load(std::memory_order_relaxed)) {
-                    closeAll();
                     return m_nTotal;
                 }
                 const char* name = frame.names.data() + frame.next;
                 frame.next += std::strlen(name) + 1;
-                const int child = openFolderAt(frame.fd, name, m_nDevice);
-                if (child >= 0) {
+                UniqueFd child = openFolderAt(frame.fd.get(), name, m_nDevice);
+                if (child) {
                     ++m_nDepth;
-                    push(child);
+                    push(std::move(child));
                 }
                 continue;
             }
-            if (m_nDepth == 0) {
-                ::close(frame.fd);
-                return m_nTotal;
-            }
+            if (m_nDepth == 0) return m_nTotal;
             if (!pop()) return m_nTotal;
         }
     }
 
 private:
     struct Frame {
-        int fd = -1;
+        UniqueFd fd;
         // Who the folder is, read only when its descriptor is given up, to
         // recognise it when it is found again through "..".
         bool isIdentified = false;
@@ -155,10 +150,10 @@ private:
     // Makes `fd` the frame at m_nDepth and reads its folder. Nothing else is
     // asked of the kernel per folder: a walk of a tree of small folders pays
     // for every call it makes here.
-    void push(int fd) {
+    void push(UniqueFd fd) {
         if (m_arrFrames.size() <= m_nDepth) m_arrFrames.resize(m_nDepth + 1);
         Frame& frame = m_arrFrames[m_nDepth];
-        frame.fd = fd;
+        frame.fd = std::move(fd);
         frame.isIdentified = false;
         frame.names.clear();  // keeps its capacity for the next folder at this depth
         frame.next = 0;
@@ -166,13 +161,12 @@ private:
         if (m_nDepth >= kMaxOpenFolders) {
             Frame& oldest = m_arrFrames[m_nDepth - kMaxOpenFolders];
             struct stat info {};
-            if (::fstat(oldest.fd, &info) == 0) {
+            if (::fstat(oldest.fd.get(), &info) == 0) {
                 oldest.isIdentified = true;
                 oldest.device = info.st_dev;
                 oldest.inode = info.st_ino;
             }
-            ::close(oldest.fd);
-            oldest.fd = -1;
+            oldest.fd.reset();
         }
     }
 
@@ -183,31 +177,22 @@ private:
         Frame& frame = m_arrFrames[m_nDepth];
         Frame& parent = m_arrFrames[m_nDepth - 1];
         bool ok = true;
-        if (parent.fd < 0) {
-            parent.fd = openFolderAt(frame.fd, "..", m_nDevice);
+        if (!parent.fd) {
+            parent.fd = openFolderAt(frame.fd.get(), "..", m_nDevice);
             struct stat info {};
-            if (parent.fd < 0 || !parent.isIdentified || ::fstat(parent.fd, &info) != 0 ||
+            if (!parent.fd || !parent.isIdentified || ::fstat(parent.fd.get(), &info) != 0 ||
                 info.st_dev != parent.device || info.st_ino != parent.inode) {
                 ok = false;
             }
         }
-        ::close(frame.fd);
-        frame.fd = -1;
+        frame.fd.reset();
         --m_nDepth;
-        if (!ok) closeAll();
         return ok;
-    }
-
-    void closeAll() {
-        for (std::size_t depth = 0; depth <= m_nDepth; ++depth) {
-            if (m_arrFrames[depth].fd >= 0) ::close(m_arrFrames[depth].fd);
-            m_arrFrames[depth].fd = -1;
-        }
     }
 
     void readFolder(Frame& frame) {
         for (;;) {
-            const ssize_t got = ::getdents64(frame.fd, m_pBuffer.get(), kReadBufferSize);
+            const ssize_t got = ::getdents64(frame.fd.get(), m_pBuffer.get(), kReadBufferSize);
             if (got < 0 && errno == EINTR) continue;
             if (got <= 0) return;  // the end, or an error: keep what was read
             for (ssize_t offset = 0; offset < got;) {
@@ -225,7 +210,7 @@ private:
             return;
         }
         struct stat info {};
-        if (::fstatat(frame.fd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) return;
+        if (::fstatat(frame.fd.get(), name, &info, AT_SYMLINK_NOFOLLOW) != 0) return;
         // A file mounted over this one belongs to another file system.
         if (info.st_dev != m_nDevice) return;
         if (S_ISDIR(info.st_mode)) {
@@ -261,14 +246,12 @@ std::optional<std::uint64_t> allocatedSizeOfEntry(const std::string& path) {
 std::uint64_t allocatedSizeOfFolderContents(const std::string& folder, DescendRule descend,
                                             const FolderWalkLimits& limits) {
     // The folder itself may be a link to a folder: it is the one place where a link is followed.
-    const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return 0;
+    UniqueFd root(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat info {};
-    if (::fstat(fd, &info) != 0 || holdsTheHome(info, limits.homeDirectory)) {
-        ::close(fd);
+    if (!root || ::fstat(root.get(), &info) != 0 || holdsTheHome(info, limits.homeDirectory)) {
         return 0;
     }
-    return Walker(descend, info.st_dev, limits.abandoned).walk(fd);
+    return Walker(descend, info.st_dev, limits.abandoned).walk(std::move(root));
 }
 
 }  // namespace platform

@@ -58,18 +58,19 @@ std::uint32_t notesFor(std::uint32_t mask, bool aboutEntry) {
 }  // namespace
 
 std::shared_ptr<KernelEventQueue> KernelEventQueue::create() {
-    const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (fd < 0) return nullptr;
-    const int wakeFD = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-    if (wakeFD < 0) {
-        ::close(fd);
-        return nullptr;
-    }
-    return std::shared_ptr<KernelEventQueue>(new KernelEventQueue(fd, wakeFD));
+    UniqueFd fd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    if (!fd) return nullptr;
+    UniqueFd wakeFD(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
+    if (!wakeFD) return nullptr;
+    return std::shared_ptr<KernelEventQueue>(
+        new KernelEventQueue(std::move(fd), std::move(wakeFD)));
 }
 
-KernelEventQueue::KernelEventQueue(int fd, int wakeFD)
-    : m_nDescriptorNumber(fd), m_nFD(fd), m_nWakeFD(wakeFD), m_arrReadBuffer(kReadBufferSize) {}
+KernelEventQueue::KernelEventQueue(UniqueFd fd, UniqueFd wakeFD)
+    : m_nDescriptorNumber(fd.get()),
+      m_fd(std::move(fd)),
+      m_wakeFd(std::move(wakeFD)),
+      m_arrReadBuffer(kReadBufferSize) {}
 
 KernelEventQueue::~KernelEventQueue() {
     close();
@@ -77,26 +78,25 @@ KernelEventQueue::~KernelEventQueue() {
 
 void KernelEventQueue::close() {
     std::lock_guard guard(m_lock);
-    if (m_nFD < 0) return;
-    ::close(m_nFD);
-    ::close(m_nWakeFD);
-    m_nFD = m_nWakeFD = -1;
+    if (!m_fd) return;
+    m_fd.reset();
+    m_wakeFd.reset();
     m_arrRegistrations.clear();
     m_arrRegistrationsOfWatch.clear();
 }
 
 void KernelEventQueue::interrupt() {
     std::lock_guard guard(m_lock);
-    if (m_nWakeFD < 0) return;
+    if (!m_wakeFd) return;
     const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = ::write(m_nWakeFD, &one, sizeof one);
+    [[maybe_unused]] const ssize_t written = ::write(m_wakeFd.get(), &one, sizeof one);
 }
 
 int KernelEventQueue::open(const std::string& path) {
     if (path.empty()) return -1;
     std::lock_guard guard(m_lock);
-    if (m_nFD < 0) return -1;
-    const int watch = ::inotify_add_watch(m_nFD, path.c_str(), kWatchMask);
+    if (!m_fd) return -1;
+    const int watch = ::inotify_add_watch(m_fd.get(), path.c_str(), kWatchMask);
     if (watch < 0) return -1;
     const int registration = ++m_nLastRegistration;
     m_arrRegistrations[registration].watch = watch;
@@ -125,7 +125,7 @@ void KernelEventQueue::close(int registration) {
     shared.erase(std::remove(shared.begin(), shared.end(), registration), shared.end());
     if (shared.empty()) {
         m_arrRegistrationsOfWatch.erase(watch);
-        if (m_nFD >= 0) ::inotify_rm_watch(m_nFD, watch);
+        if (m_fd) ::inotify_rm_watch(m_fd.get(), watch);
     }
 }
 
@@ -142,8 +142,8 @@ std::vector<KernelEventQueue::Event> KernelEventQueue::wait(std::chrono::millise
     int fd = -1, wakeFD = -1;
     {
         std::lock_guard guard(m_lock);
-        fd = m_nFD;
-        wakeFD = m_nWakeFD;
+        fd = m_fd.get();
+        wakeFD = m_wakeFd.get();
     }
     if (fd < 0) return {};
     pollfd ready[2] = {{fd, POLLIN, 0}, {wakeFD, POLLIN, 0}};

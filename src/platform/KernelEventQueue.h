@@ -8,6 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/FileSystem.h"
+
 namespace platform {
 
 // The kinds of change a watched path reports. The values are the vnode note
@@ -75,7 +77,7 @@ public:
     std::vector<Event> wait(std::chrono::milliseconds timeout);
 
 private:
-    KernelEventQueue(int fd, int wakeFD);
+    KernelEventQueue(UniqueFd fd, UniqueFd wakeFD);
 
     struct Registration {
         int watch = -1;  // the inotify watch; -1 once the kernel dropped it
@@ -87,8 +89,8 @@ private:
 
     const int m_nDescriptorNumber;
     mutable std::mutex m_lock;
-    int m_nFD;      // -1 once closed
-    int m_nWakeFD;  // an eventfd that interrupt() makes readable
+    UniqueFd m_fd;      // empty once closed
+    UniqueFd m_wakeFd;  // an eventfd that interrupt() makes readable
     int m_nLastRegistration = -1;
     std::unordered_map<int, Registration> m_arrRegistrations;
     // inotify answers one watch per item, so registrations on one item share it.

@@ -1,6 +1,5 @@
 #include "platform/LaunchServices.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <set>
 
 #include "platform/Bundle.h"
+#include "platform/DirectoryLister.h"
 #include "platform/FileResources.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
@@ -34,13 +34,8 @@ bool hasAppExtension(const std::string& name) {
 
 // The names in a folder, in byte order; empty when it cannot be read.
 std::vector<std::string> namesInFolder(const std::string& folder) {
-    std::vector<std::string> names;
-    std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(folder.c_str()), ::closedir);
-    if (!dir) return names;
-    while (const dirent* entry = ::readdir(dir.get())) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != "..") names.push_back(name);
-    }
+    // A read that failed part-way still offers what it saw.
+    std::vector<std::string> names = DirectoryLister::contentsOfDirectoryAtPath(folder).names;
     std::sort(names.begin(), names.end());
     return names;
 }

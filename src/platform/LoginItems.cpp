@@ -1,15 +1,14 @@
 #include "platform/LoginItems.h"
 
-#include "platform/PasswordDatabase.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <vector>
+
+#include "platform/FileSystem.h"
+#include "platform/PasswordDatabase.h"
 
 namespace platform::LoginItems {
 
@@ -56,39 +55,6 @@ std::string escapeString(const std::string& value) {
     return out;
 }
 
-// Creates each missing folder of the path with mode 0700 (the XDG base
-// folders are private); true when the path ends up a folder.
-bool makeFolders(const std::string& path) {
-    for (std::size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        const std::string prefix = path.substr(0, slash);
-        if (!prefix.empty()) ::mkdir(prefix.c_str(), 0700);
-        if (slash == std::string::npos) break;
-    }
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
-// Writes the whole file under a temporary name beside it, then renames it
-// over the old one, so a reader never sees half an entry.
-bool writeAtomically(const std::string& folder, const std::string& name,
-                     const std::string& contents) {
-    std::string temporary = folder + "/." + name + ".XXXXXX";
-    const int fd = ::mkstemp(temporary.data());
-    if (fd < 0) return false;
-    bool ok = ::fchmod(fd, 0644) == 0;
-    for (std::size_t done = 0; ok && done < contents.size();) {
-        const ssize_t written = ::write(fd, contents.data() + done, contents.size() - done);
-        if (written < 0 && errno == EINTR) continue;
-        ok = written > 0;
-        if (ok) done += static_cast<std::size_t>(written);
-    }
-    ok = ok && ::fsync(fd) == 0;
-    ok = ::close(fd) == 0 && ok;
-    ok = ok && ::rename(temporary.c_str(), (folder + "/" + name).c_str()) == 0;
-    if (!ok) ::unlink(temporary.c_str());
-    return ok;
-}
-
 std::string trim(const std::string& text) {
     const std::size_t first = text.find_first_not_of(" \t");
     if (first == std::string::npos) return {};
@@ -129,7 +95,7 @@ bool setEnabled(const std::string& configFolder, const std::string& bundleIdenti
     if (executablePath.empty() || executablePath.front() != '/') return false;
 
     const std::string folder = configFolder + "/autostart";
-    if (!makeFolders(folder)) return false;
+    if (!makePrivateFolders(folder)) return false;
     std::string name = executablePath.substr(executablePath.find_last_of('/') + 1);
     if (name.empty()) name = bundleIdentifier;
     std::string contents = std::string(kGroupHeader) + "\n";
@@ -138,7 +104,9 @@ bool setEnabled(const std::string& configFolder, const std::string& bundleIdenti
     contents += "Exec=" + execValueForPath(executablePath) + "\n";
     contents += "X-GNOME-Autostart-enabled=true\n";
     contents += "NoDisplay=true\n";
-    return writeAtomically(folder, bundleIdentifier + ".desktop", contents);
+    // Written whole under a temporary name and renamed, so the desktop never
+    // reads half an entry.
+    return writeFileAtomically(folder + "/" + bundleIdentifier + ".desktop", contents, 0644);
 }
 
 bool isEnabled(const std::string& configFolder, const std::string& bundleIdentifier) {

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/Utf8.h"
+
 namespace platform {
 
 struct MetadataPredicate::Node {
@@ -41,25 +43,6 @@ bool sameText(std::string_view a, std::string_view b, bool caseInsensitive) {
     return caseInsensitive ? equalsIgnoringAsciiCase(a, b) : a == b;
 }
 
-// Bytes taken by the UTF-8 character that starts at `at`; a byte that does
-// not start a well-formed character counts as one character of its own.
-std::size_t characterLength(std::string_view s, std::size_t at) {
-    const auto lead = static_cast<unsigned char>(s[at]);
-    std::size_t length = 1;
-    if (lead >= 0xC2 && lead < 0xE0) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead < 0xF0) {
-        length = 3;
-    } else if (lead >= 0xF0 && lead < 0xF5) {
-        length = 4;
-    }
-    if (at + length > s.size()) return 1;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(s[at + i]) & 0xC0) != 0x80) return 1;
-    }
-    return length;
-}
-
 // "?" is one character, "*" any run. Greedy with one point of return, so the
 // time is bounded by the product of the lengths, never exponential.
 bool matchesLike(std::string_view text, std::string_view pattern, bool caseInsensitive) {
@@ -71,13 +54,13 @@ bool matchesLike(std::string_view text, std::string_view pattern, bool caseInsen
             resumeAt = t;
         } else if (p < pattern.size() && pattern[p] == '?') {
             ++p;
-            t += characterLength(text, t);
+            t += Utf8::characterLength(text, t);
         } else if (p < pattern.size() && sameChar(pattern[p], text[t], caseInsensitive)) {
             ++p;
             ++t;
         } else if (starAt != std::string_view::npos) {
             p = starAt + 1;
-            resumeAt += characterLength(text, resumeAt);
+            resumeAt += Utf8::characterLength(text, resumeAt);
             t = resumeAt;
         } else {
             return false;

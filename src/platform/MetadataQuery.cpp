@@ -1,6 +1,5 @@
 #include "platform/MetadataQuery.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <atomic>
@@ -12,6 +11,7 @@
 #include "dispatch/MainQueue.h"
 #include "dispatch/SerialQueue.h"
 #include "platform/Bundle.h"
+#include "platform/DirectoryLister.h"
 #include "platform/FileResources.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
@@ -58,19 +58,17 @@ private:
     bool stopped() const { return m_pState->stopped.load(std::memory_order_acquire); }
 
     void readFolder(const std::string& folder, std::vector<std::string>& pending) {
-        DIR* stream = ::opendir(folder.c_str());
-        if (stream == nullptr) return;
-        while (const struct dirent* entry = ::readdir(stream)) {
-            if (entry->d_name[0] == '.') continue;  // hidden, or "." and ".."
-            if (stopped()) break;
-            const std::string name = entry->d_name;
+        DirectoryLister::forEachEntry(folder, [&](std::string_view entry) {
+            if (entry[0] == '.') return true;  // hidden
+            if (stopped()) return false;
+            const std::string name(entry);
             const std::string path = PathUtils::stringByAppendingPathComponent(folder, name);
             struct stat info {};
-            if (::lstat(path.c_str(), &info) != 0) continue;
+            if (::lstat(path.c_str(), &info) != 0) return true;
             if (S_ISDIR(info.st_mode) && !isFilePackageAtPath(path)) pending.push_back(path);
             consider(path, name, info);
-        }
-        ::closedir(stream);
+            return true;
+        });
     }
 
     void consider(const std::string& path, const std::string& name, const struct stat& info) {

@@ -16,6 +16,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/FileSystem.h"
 #include "platform/Utf8.h"
 
 namespace platform::PropertyList {
@@ -207,10 +208,6 @@ private:
     std::uint8_t m_nRefSize = 0;
 };
 
-bool startsWith(std::string_view text, std::size_t at, std::string_view prefix) {
-    return text.size() - at >= prefix.size() && text.compare(at, prefix.size(), prefix) == 0;
-}
-
 // The XML parser itself does not recurse, but freeing its tree does. This
 // scan bounds the element nesting before parsing: every start tag that does
 // not close itself opens a level, every end tag closes one. It also bounds
@@ -229,16 +226,17 @@ bool xmlIsBounded(std::string_view text) {
         at = end == std::string_view::npos ? text.size() : end + terminator.size();
     };
     while ((at = text.find('<', at)) != std::string_view::npos) {
-        if (startsWith(text, at, "<!--")) {
+        const std::string_view tag = text.substr(at);
+        if (tag.starts_with("<!--")) {
             at += 4;
             skipPast("-->");
-        } else if (startsWith(text, at, "<![CDATA[")) {
+        } else if (tag.starts_with("<![CDATA[")) {
             at += 9;
             skipPast("]]>");
-        } else if (startsWith(text, at, "<?")) {
+        } else if (tag.starts_with("<?")) {
             at += 2;
             skipPast("?>");
-        } else if (startsWith(text, at, "<!")) {
+        } else if (tag.starts_with("<!")) {
             // A declaration, possibly with an internal subset in brackets.
             int brackets = 0;
             for (++at; at < text.size(); ++at) {
@@ -247,12 +245,12 @@ bool xmlIsBounded(std::string_view text) {
                 if (text[at] == '>' && brackets <= 0) break;
             }
             ++at;
-        } else if (startsWith(text, at, "</")) {
+        } else if (tag.starts_with("</")) {
             if (depth > 0) --depth;
             at += 2;
             skipPast(">");
         } else {
-            if (!startsWith(text, at, "<key") && ++values > kMaxObjects + 1) return false;
+            if (!tag.starts_with("<key") && ++values > kMaxObjects + 1) return false;
             char quote = 0;
             char previous = 0;
             for (++at; at < text.size(); ++at) {
@@ -531,20 +529,6 @@ bool isSerializableAt(const PlistValue& value, std::size_t depth) {
     }
 }
 
-bool writeAll(int fd, const void* data, std::size_t size) {
-    const auto* bytes = static_cast<const std::uint8_t*>(data);
-    while (size > 0) {
-        const ssize_t written = ::write(fd, bytes, size);
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        bytes += written;
-        size -= static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 // --- Binary writer -----------------------------------------------------------
 
 // libplist's binary writer shares equal data objects only when their
@@ -726,40 +710,9 @@ std::optional<PlistValue> parse(const std::uint8_t* data, std::size_t size) {
 }
 
 std::optional<PlistValue> readFile(const std::string& path) {
-    // Non-blocking, so a FIFO put in the file's place cannot hang us.
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0) return std::nullopt;
-    std::vector<std::uint8_t> bytes;
-    bool ok = false;
-    struct stat info {};
-    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size >= 0 &&
-        static_cast<std::uint64_t>(info.st_size) <= kMaxInputSize) {
-        // Read to the end rather than trusting the size; the file may grow.
-        bytes.resize(static_cast<std::size_t>(info.st_size) + 1);
-        std::size_t filled = 0;
-        ok = true;
-        for (;;) {
-            if (filled == bytes.size()) {
-                if (bytes.size() > kMaxInputSize) {
-                    ok = false;
-                    break;
-                }
-                bytes.resize(std::min(bytes.size() * 2, kMaxInputSize + 1));
-            }
-            const ssize_t got = ::read(fd, bytes.data() + filled, bytes.size() - filled);
-            if (got < 0 && errno == EINTR) continue;
-            if (got < 0) {
-                ok = false;
-                break;
-            }
-            if (got == 0) break;
-            filled += static_cast<std::size_t>(got);
-        }
-        bytes.resize(filled);
-    }
-    ::close(fd);
-    if (!ok) return std::nullopt;
-    return parse(bytes.data(), bytes.size());
+    const auto bytes = platform::readWholeFile(path, kMaxInputSize);
+    if (!bytes) return std::nullopt;
+    return parse(*bytes);
 }
 
 bool isSerializable(const PlistValue& value) {
@@ -785,42 +738,17 @@ std::string toXml(const PlistValue& value) {
 
 bool writeFileAtomically(const std::string& path, const PlistValue& value, Format format,
                          unsigned permissions) {
-    std::vector<std::uint8_t> binary;
-    std::string xml;
-    const void* bytes = nullptr;
-    std::size_t size = 0;
     if (format == Format::Binary) {
-        binary = toBinary(value);
-        bytes = binary.data();
-        size = binary.size();
-    } else {
-        xml = toXml(value);
-        bytes = xml.data();
-        size = xml.size();
+        const std::vector<std::uint8_t> binary = toBinary(value);
+        // Nothing serialised means the value could not be written.
+        return !binary.empty() &&
+               platform::writeFileAtomically(
+                   path,
+                   std::string_view(reinterpret_cast<const char*>(binary.data()), binary.size()),
+                   permissions);
     }
-    if (size == 0 || path.empty() || path.back() == '/') return false;
-
-    const std::size_t slash = path.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    std::string temporary = folder + (folder.back() == '/' ? "" : "/") + "." + name + ".XXXXXX";
-    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0) return false;
-    bool ok = ::fchmod(fd, static_cast<mode_t>(permissions & 07777)) == 0 &&
-              writeAll(fd, bytes, size) && ::fsync(fd) == 0;
-    ok = ::close(fd) == 0 && ok;
-    if (ok) ok = ::rename(temporary.c_str(), path.c_str()) == 0;
-    if (!ok) {
-        ::unlink(temporary.c_str());
-        return false;
-    }
-    // Make the rename itself durable; failing that is not worth reporting.
-    const int folderFd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folderFd >= 0) {
-        (void)::fsync(folderFd);
-        ::close(folderFd);
-    }
-    return true;
+    const std::string xml = toXml(value);
+    return !xml.empty() && platform::writeFileAtomically(path, xml, permissions);
 }
 
 }  // namespace platform::PropertyList

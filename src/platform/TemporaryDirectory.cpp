@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "platform/FileSystem.h"
 #include "platform/PasswordDatabase.h"
 
 namespace platform {
@@ -26,26 +27,37 @@ bool isPrivateFolder(const std::string& path, uid_t uid) {
     return S_ISDIR(info.st_mode) && info.st_uid == uid && (info.st_mode & 07777) == 0700;
 }
 
+// The opened entry is a folder owned by uid.
+bool isOwnFolder(int fd, uid_t uid) {
+    struct stat info {};
+    return ::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == uid;
+}
+
+// Narrows the opened folder to mode 0700 unless it already is.
+bool ensurePrivateMode(int fd) {
+    struct stat info {};
+    if (::fstat(fd, &info) != 0) return false;
+    return (info.st_mode & 07777) == 0700 || ::fchmod(fd, 0700) == 0;
+}
+
 // A folder we have just made: the umask or a set-group-id parent may have
 // changed its mode, so set it through a descriptor that is known to be that
 // very folder, then check it as any other.
 bool settleFreshFolder(const std::string& path, uid_t uid) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0) return false;
-    struct stat info {};
-    bool ok = ::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == uid;
-    if (ok && (info.st_mode & 07777) != 0700) ok = ::fchmod(fd, 0700) == 0;
-    ::close(fd);
-    if (ok && isPrivateFolder(path, uid)) return true;
+    const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!fd) return false;
+    if (isOwnFolder(fd.get(), uid) && ensurePrivateMode(fd.get()) && isPrivateFolder(path, uid)) {
+        return true;
+    }
     ::rmdir(path.c_str());
     return false;
 }
 
 // A folder opened by name inside the folder `parent`, never through a link,
-// made with mode 0700 when missing. -1 when it cannot be had.
-int openOrMakeFolderAt(int parent, const char* name) {
-    if (::mkdirat(parent, name, 0700) != 0 && errno != EEXIST) return -1;
-    return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+// made with mode 0700 when missing. Empty when it cannot be had.
+UniqueFd openOrMakeFolderAt(int parent, const char* name) {
+    if (::mkdirat(parent, name, 0700) != 0 && errno != EEXIST) return {};
+    return UniqueFd(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 // Owned by uid and writable by nobody else.
@@ -60,27 +72,13 @@ bool isClosedFolder(int fd, uid_t uid) {
 // below the home folder itself, and each folder must be the user's own.
 std::string folderInHome(const std::string& home, uid_t uid) {
     if (home.empty() || home.front() != '/') return {};
-    const int homeFd = ::open(home.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (homeFd < 0) return {};
-    std::string answer;
-    if (isClosedFolder(homeFd, uid)) {
-        const int cacheFd = openOrMakeFolderAt(homeFd, ".cache");
-        if (cacheFd >= 0) {
-            if (isClosedFolder(cacheFd, uid)) {
-                const int ownFd = openOrMakeFolderAt(cacheFd, "sweepwell-helper");
-                if (ownFd >= 0) {
-                    struct stat info {};
-                    bool ok = ::fstat(ownFd, &info) == 0 && info.st_uid == uid;
-                    if (ok && (info.st_mode & 07777) != 0700) ok = ::fchmod(ownFd, 0700) == 0;
-                    if (ok) answer = withoutTrailingSlashes(home) + "/.cache/sweepwell-helper/";
-                    ::close(ownFd);
-                }
-            }
-            ::close(cacheFd);
-        }
-    }
-    ::close(homeFd);
-    return answer;
+    const UniqueFd homeFd(::open(home.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!homeFd || !isClosedFolder(homeFd.get(), uid)) return {};
+    const UniqueFd cacheFd = openOrMakeFolderAt(homeFd.get(), ".cache");
+    if (!cacheFd || !isClosedFolder(cacheFd.get(), uid)) return {};
+    const UniqueFd ownFd = openOrMakeFolderAt(cacheFd.get(), "sweepwell-helper");
+    if (!ownFd || !isOwnFolder(ownFd.get(), uid) || !ensurePrivateMode(ownFd.get())) return {};
+    return withoutTrailingSlashes(home) + "/.cache/sweepwell-helper/";
 }
 
 }  // namespace

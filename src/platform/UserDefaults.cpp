@@ -2,9 +2,8 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
-
 #include "platform/Bundle.h"
+#include "platform/FileSystem.h"
 #include "platform/LoginItems.h"
 #include "platform/PathUtils.h"
 #include "platform/PropertyList.h"
@@ -19,15 +18,6 @@ constexpr const char* kFallbackSuiteName = "com.quorvex.Sweepwell-Plus-Helper";
 bool isUsableSuiteName(const std::string& suite) {
     return !suite.empty() && suite[0] != '.' && suite.find('/') == std::string::npos &&
            suite.find('\0') == std::string::npos;
-}
-
-// Creates the folder and any missing parents, private to the user.
-bool makeFolders(const std::string& folder) {
-    struct stat info {};
-    if (::stat(folder.c_str(), &info) == 0) return S_ISDIR(info.st_mode);
-    const std::string parent = PathUtils::stringByDeletingLastPathComponent(folder);
-    if (!parent.empty() && parent != folder && !makeFolders(parent)) return false;
-    return ::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
 }
 
 }  // namespace
@@ -153,7 +143,7 @@ std::optional<PlistDictionary> UserDefaults::readDictionary() const {
 
 bool UserDefaults::ensureFolder() const {
     const std::string folder = PathUtils::stringByDeletingLastPathComponent(m_sFilePath);
-    return folder.empty() || makeFolders(folder);
+    return folder.empty() || makePrivateFolders(folder);
 }
 
 }  // namespace platform

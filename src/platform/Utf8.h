@@ -16,6 +16,14 @@ inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 // U+10FFFF included) yields U+FFFD and advances by one. index < s.size().
 char32_t decode(std::string_view s, std::size_t& index);
 
+// Bytes taken by the character at s[index]: 1 for a byte that does not start
+// a well-formed sequence, so stepping by it visits every byte once.
+inline std::size_t characterLength(std::string_view s, std::size_t index) {
+    const std::size_t start = index;
+    decode(s, index);
+    return index - start;
+}
+
 // Appends the UTF-8 form of a code point; surrogates and values above
 // U+10FFFF are written as U+FFFD.
 void append(std::string& out, char32_t codePoint);

@@ -1,6 +1,5 @@
 #include "platform/Workspace.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -17,6 +16,8 @@
 
 #include "platform/Bundle.h"
 #include "platform/BundleTrust.h"
+#include "platform/DirectoryLister.h"
+#include "platform/FileSystem.h"
 #include "platform/LaunchServices.h"
 #include "platform/PathUtils.h"
 
@@ -49,16 +50,15 @@ std::optional<std::string> readLink(const std::string& path) {
 // bytes are kept.
 std::string readSmallFile(const std::string& path, std::size_t limit) {
     std::string contents;
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0) return contents;
+    const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!fd) return contents;
     char chunk[4096];
     while (contents.size() < limit) {
-        const ssize_t got = ::read(fd, chunk, sizeof chunk);
+        const ssize_t got = ::read(fd.get(), chunk, sizeof chunk);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) break;
         contents.append(chunk, static_cast<std::size_t>(got));
     }
-    ::close(fd);
     if (contents.size() > limit) contents.resize(limit);
     return contents;
 }
@@ -181,19 +181,19 @@ bool spawnDetached(const std::string& program, const std::vector<std::string>& a
     for (std::string& s : strings) argv.push_back(s.data());
     argv.push_back(nullptr);
 
-    int errorPipe[2];
-    if (::pipe2(errorPipe, O_CLOEXEC) != 0) return false;
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) return false;
+    const UniqueFd errorReader(ends[0]);
+    UniqueFd errorWriter(ends[1]);
     const pid_t child = ::fork();
-    if (child < 0) {
-        ::close(errorPipe[0]);
-        ::close(errorPipe[1]);
-        return false;
-    }
+    if (child < 0) return false;
     if (child == 0) {
-        ::close(errorPipe[0]);
-        execDetached(program.c_str(), argv.data(), errorPipe[1]);
+        // The child leaves through exec or _exit, never through the owners'
+        // destructors, so its copy of the reading end is closed by hand.
+        ::close(errorReader.get());
+        execDetached(program.c_str(), argv.data(), errorWriter.get());
     }
-    ::close(errorPipe[1]);
+    errorWriter.reset();
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
@@ -202,9 +202,8 @@ bool spawnDetached(const std::string& program, const std::vector<std::string>& a
     int error = 0;
     ssize_t got;
     do {
-        got = ::read(errorPipe[0], &error, sizeof error);
+        got = ::read(errorReader.get(), &error, sizeof error);
     } while (got < 0 && errno == EINTR);
-    ::close(errorPipe[0]);
     return got == 0;
 }
 
@@ -225,13 +224,14 @@ std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
     const std::string& bundleId, const std::string& procFolder, uid_t uid) {
     std::vector<std::pair<long long, std::string>> processes;
     {
-        std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(procFolder.c_str()), ::closedir);
-        if (!dir || bundleId.empty()) return {};
-        while (const dirent* entry = ::readdir(dir.get())) {
-            const std::string name = entry->d_name;
+        if (bundleId.empty()) return {};
+        // A scan cut short by a read error keeps the processes it saw.
+        DirectoryLister::forEachEntry(procFolder, [&](std::string_view entry) {
+            const std::string name(entry);
             if (isAllDigits(name) && name.size() < 10)
                 processes.emplace_back(std::stoll(name), name);
-        }
+            return true;
+        });
     }
     std::sort(processes.begin(), processes.end());
 

@@ -1,7 +1,5 @@
 #include "remains/SimpleRemainsInfo.h"
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <cassert>
 
@@ -10,6 +8,7 @@
 #include "environment/MacOSVersion.h"
 #include "environment/StringUtils.h"
 #include "platform/Bundle.h"
+#include "platform/DirectoryLister.h"
 #include "platform/LaunchServices.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
@@ -74,14 +73,8 @@ bool isCrashReportOf(const std::string& entry, const std::string& name) {
 // The entries of a folder, one level, sorted so the order does not depend on
 // the file system; empty when it cannot be read.
 std::vector<std::string> folderEntries(const std::string& folder) {
-    std::vector<std::string> names;
-    DIR* stream = ::opendir(folder.c_str());
-    if (stream == nullptr) return names;
-    while (const struct dirent* entry = ::readdir(stream)) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != "..") names.push_back(name);
-    }
-    ::closedir(stream);
+    std::vector<std::string> names =
+        platform::DirectoryLister::contentsOfDirectoryAtPath(folder).names;
     std::sort(names.begin(), names.end());
     return names;
 }

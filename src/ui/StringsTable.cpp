@@ -1,11 +1,6 @@
 #include "ui/StringsTable.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-
+#include "platform/FileSystem.h"
 #include "platform/PropertyList.h"
 #include "platform/Utf8.h"
 
@@ -13,37 +8,11 @@ namespace StringsTable {
 
 namespace {
 
-std::optional<std::string> readSmallFile(const std::string& path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0) return std::nullopt;
-    std::optional<std::string> contents;
-    struct stat info {};
-    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
-        std::string bytes;
-        char buffer[16384];
-        for (;;) {
-            const ssize_t got = ::read(fd, buffer, sizeof buffer);
-            if (got < 0 && errno == EINTR) continue;
-            if (got < 0 || bytes.size() + static_cast<std::size_t>(got) > kMaxFileSize) break;
-            if (got == 0) {
-                contents = std::move(bytes);
-                break;
-            }
-            bytes.append(buffer, static_cast<std::size_t>(got));
-        }
-    }
-    ::close(fd);
-    return contents;
-}
-
 // The text of the file as UTF-8, by its byte-order mark.
 std::string decodeText(std::string_view bytes) {
-    const auto startsWith = [&](std::string_view prefix) {
-        return bytes.substr(0, prefix.size()) == prefix;
-    };
-    if (startsWith("\xEF\xBB\xBF")) return platform::Utf8::sanitized(bytes.substr(3));
-    const bool little = startsWith("\xFF\xFE");
-    if (!little && !startsWith("\xFE\xFF")) return platform::Utf8::sanitized(bytes);
+    if (bytes.starts_with("\xEF\xBB\xBF")) return platform::Utf8::sanitized(bytes.substr(3));
+    const bool little = bytes.starts_with("\xFF\xFE");
+    if (!little && !bytes.starts_with("\xFE\xFF")) return platform::Utf8::sanitized(bytes);
     std::u16string units;
     for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
         const auto a = static_cast<unsigned char>(bytes[i]);
@@ -286,12 +255,12 @@ std::optional<StringsDict> parseStringsDict(std::string_view bytes) {
 }
 
 std::optional<Strings> readStringsFile(const std::string& path) {
-    const auto bytes = readSmallFile(path);
+    const auto bytes = platform::readWholeFile(path, kMaxFileSize);
     return bytes ? parseStrings(*bytes) : std::nullopt;
 }
 
 std::optional<StringsDict> readStringsDictFile(const std::string& path) {
-    const auto bytes = readSmallFile(path);
+    const auto bytes = platform::readWholeFile(path, kMaxFileSize);
     return bytes ? parseStringsDict(*bytes) : std::nullopt;
 }
 

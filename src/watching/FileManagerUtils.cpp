@@ -11,9 +11,11 @@
 #include <vector>
 
 #include "platform/FileResources.h"
+#include "platform/FileSystem.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
 #include "platform/TemporaryDirectory.h"
+#include "platform/Utf8.h"
 
 namespace FileManagerUtils {
 
@@ -23,40 +25,10 @@ constexpr const char* kDefaultAlphabet =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 constexpr int kFirstNameLength = 10;
 
-// Creates each missing folder of an absolute path, private to the user as
-// the XDG folders should be; true when the path ends up a folder.
-bool makePrivateFolders(const std::string& path) {
-    for (std::size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        ::mkdir(path.substr(0, slash).c_str(), 0700);
-        if (slash == std::string::npos) break;
-    }
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
-// Byte length of the UTF-8 sequence that starts at text[at]; 1 for a byte
-// that does not start a valid sequence, so every byte is used exactly once.
-std::size_t codePointLength(std::string_view text, std::size_t at) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    std::size_t length = 1;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-    }
-    if (at + length > text.size()) return 1;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(text[at + i]) & 0xC0) != 0x80) return 1;
-    }
-    return length;
-}
-
 std::vector<std::string_view> charactersOf(std::string_view text) {
     std::vector<std::string_view> characters;
     for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = codePointLength(text, at);
+        const std::size_t length = platform::Utf8::characterLength(text, at);
         characters.push_back(text.substr(at, length));
         at += length;
     }
@@ -92,7 +64,7 @@ std::string getTrashPath(const std::string& dataHome) {
     if (dataHome.empty()) return {};
     const std::string trash =
         platform::PathUtils::stringByAppendingPathComponent(dataHome, "Trash/files");
-    if (!makePrivateFolders(trash)) return {};
+    if (!platform::makePrivateFolders(trash)) return {};
     return trash + "/";
 }
 
