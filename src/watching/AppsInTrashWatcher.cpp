@@ -1,5 +1,7 @@
 #include "watching/AppsInTrashWatcher.h"
 
+#include <cstdio>
+
 #include "environment/ApplicationDirectoryUtils.h"
 #include "environment/PathsGenerator.h"
 #include "watching/BundleExcludeList.h"
@@ -25,6 +27,11 @@ void AppsInTrashWatcher::startWatching() {
     // Only this one Trash is watched; those of other volumes are not.
     m_pTrashWatcher = DirectoryWatcher::create(m_sTrashPath);
     m_pTrashWatcher->setDelegate(weak_from_this());
+    // Without kernel events nothing new in the Trash is ever seen; the agent
+    // goes on with its other work.
+    if (!m_pTrashWatcher->isWatching()) {
+        std::fprintf(stderr, "AppsInTrashWatcher: no file event queue; the Trash is not watched\n");
+    }
 }
 
 void AppsInTrashWatcher::onAddedAppWithPath(const std::string& path) {

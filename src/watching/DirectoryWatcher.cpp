@@ -6,23 +6,38 @@
 #include "environment/ApplicationDirectoryUtils.h"
 
 std::shared_ptr<DirectoryWatcher> DirectoryWatcher::create(const std::string& path) {
-    auto watcher = std::make_shared<DirectoryWatcher>(Private{}, path);
-    watcher->m_pPathTree = FileItem::createTreeForWatchedFolder(path, 1);
+    return create(path, platform::DirectoryReader::disk(), [] { return FileEventQueue::create(); });
+}
+
+std::shared_ptr<DirectoryWatcher> DirectoryWatcher::create(const std::string& path,
+                                                           FileItem::Reader reader,
+                                                           EventQueueFactory makeEventQueue) {
+    auto watcher = std::make_shared<DirectoryWatcher>(Private{}, path, std::move(reader),
+                                                      std::move(makeEventQueue));
+    watcher->m_pPathTree = FileItem::createTreeForWatchedFolder(path, 1, watcher->m_pReader);
     // Listening only after the first load keeps what is already there unreported.
     if (watcher->m_pPathTree) watcher->m_pPathTree->setListener(watcher);
     watcher->m_bIsWatching = watcher->startWatching();
     return watcher;
 }
 
-DirectoryWatcher::DirectoryWatcher(Private, std::string path) : m_sPath(std::move(path)) {}
+DirectoryWatcher::DirectoryWatcher(Private, std::string path, FileItem::Reader reader,
+                                   EventQueueFactory makeEventQueue)
+    : m_sPath(std::move(path)),
+      m_pReader(std::move(reader)),
+      m_fnMakeEventQueue(std::move(makeEventQueue)) {}
 
 bool DirectoryWatcher::startWatching() {
-    m_pFileEventQueue = FileEventQueue::create();
-    if (m_pFileEventQueue) {
-        m_pFileEventQueue->setDelegate(weak_from_this());
-        m_pFileEventQueue->addPath(m_sPath);
-    }
+    m_pFileEventQueue = m_fnMakeEventQueue ? m_fnMakeEventQueue() : nullptr;
+    if (!m_pFileEventQueue) return false;
+    m_pFileEventQueue->setDelegate(weak_from_this());
+    m_pFileEventQueue->addPath(m_sPath);
     return true;
+}
+
+void DirectoryWatcher::stopWatching() {
+    m_pFileEventQueue.reset();
+    m_bIsWatching = false;
 }
 
 std::shared_ptr<FileItem> DirectoryWatcher::getFileItemWithPath(const std::string& path) const {
@@ -43,6 +58,10 @@ std::shared_ptr<FileItem> DirectoryWatcher::getFileItemWithPath(const std::strin
 
 void DirectoryWatcher::receivedNotification(FileEventQueue&, const std::string&,
                                             const std::string&) {
+    contentsChanged();
+}
+
+void DirectoryWatcher::contentsChanged() {
     m_updateRequest.cancel();
     // The pending request keeps the watcher alive until it runs.
     m_updateRequest = dispatch::MainQueue::main().after(
@@ -83,7 +102,7 @@ void DirectoryWatcher::notifyDelegateThatAddedAppWithPath(const std::string& pat
 }
 
 void DirectoryWatcher::checkFolderForAppsWithPath(const std::string& path) {
-    const auto folder = FileItem::createTreeForPath(path);
+    const auto folder = FileItem::createTreeForPath(path, FileItem::kUnlimitedDeep, m_pReader);
     if (!folder) return;
     std::vector<std::shared_ptr<FileItem>> level{folder};
     while (!level.empty()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -31,13 +32,24 @@ public:
     // How long after an added folder is seen it is searched for applications.
     static constexpr std::chrono::milliseconds kFolderSearchDelay{2000};
 
+    using EventQueueFactory = std::function<std::shared_ptr<FileEventQueue>()>;
+
     // Loads the folder one level deep and starts watching it. A missing folder
     // gives a watcher that never reports anything.
     static std::shared_ptr<DirectoryWatcher> create(const std::string& path);
-    DirectoryWatcher(Private, std::string path);
+    // The same, reading the folder through `reader` and hearing of its
+    // changes through a queue from `makeEventQueue`.
+    static std::shared_ptr<DirectoryWatcher> create(const std::string& path,
+                                                    FileItem::Reader reader,
+                                                    EventQueueFactory makeEventQueue);
+    DirectoryWatcher(Private, std::string path, FileItem::Reader reader,
+                     EventQueueFactory makeEventQueue);
 
-    // Watches the folder through a new event queue; always true.
+    // Watches the folder through a new event queue; false when none could be
+    // made, and then only contentsChanged() makes the folder be read again.
     bool startWatching();
+    // Drops the event queue: changes are no longer heard of.
+    void stopWatching();
     bool isWatching() const { return m_bIsWatching; }
     const std::string& getPath() const { return m_sPath; }
     void setDelegate(std::weak_ptr<DirectoryWatcherDelegate> delegate) {
@@ -51,6 +63,7 @@ public:
     std::shared_ptr<FileItem> getFileItemWithPath(const std::string& path) const;
 
     // Any change pushes the re-read back to kUpdateDelay from now.
+    void contentsChanged();
     void receivedNotification(FileEventQueue& queue, const std::string& name,
                               const std::string& path) override;
     void updateDirContent();
@@ -72,6 +85,8 @@ public:
 
 private:
     std::string m_sPath;
+    FileItem::Reader m_pReader;
+    EventQueueFactory m_fnMakeEventQueue;
     std::shared_ptr<FileItem> m_pPathTree;
     std::shared_ptr<FileEventQueue> m_pFileEventQueue;
     std::weak_ptr<DirectoryWatcherDelegate> m_pDelegate;

@@ -3,11 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/DirectoryLister.h"
-#include "platform/FileResources.h"
 #include "platform/PathUtils.h"
 #include "watching/FileItemData.h"
-#include "watching/FileManagerUtils.h"
 #include "watching/SystemSkipList.h"
 
 namespace {
@@ -23,15 +20,18 @@ std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path) {
 }
 
 std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path,
-                                                      std::int32_t withDeep) {
+                                                      std::int32_t withDeep, const Reader& reader) {
     auto item = std::make_shared<FileItem>();
+    item->m_pReader = reader;
     item->loadInfoUsingPath(path, withDeep);
     return item->isExist() ? item : nullptr;
 }
 
 std::shared_ptr<FileItem> FileItem::createTreeForWatchedFolder(const std::string& path,
-                                                               std::int32_t withDeep) {
+                                                               std::int32_t withDeep,
+                                                               const Reader& reader) {
     auto item = std::make_shared<FileItem>();
+    item->m_pReader = reader;
     item->m_bIsWatchedFolder = true;
     item->loadInfoUsingPath(path, withDeep);
     return item->isExist() ? item : nullptr;
@@ -42,6 +42,7 @@ std::shared_ptr<FileItem> FileItem::createTreeForPath(const std::string& path,
                                                       const std::shared_ptr<FileItem>& withParent,
                                                       const std::string& withName) {
     auto item = std::make_shared<FileItem>();
+    if (withParent) item->m_pReader = withParent->m_pReader;
     item->loadInfoUsingPath(path, withDeep, withParent, withName);
     return item->isExist() ? item : nullptr;
 }
@@ -69,36 +70,33 @@ void FileItem::loadStandartInfoForPath(const std::string& path, std::int32_t wit
         m_bIsExist = false;
         return;
     }
-    m_bIsExist = FileManagerUtils::fileExistsWithoutTraversingSymbolicLinkAtPath(path, &m_bIsDir);
+    const auto entry = m_pReader->entryAt(path);
+    m_bIsExist = entry.has_value();
     if (!m_bIsExist) return;
+    m_bIsDir = entry->leadsToFolder;
     // Announced before the catalog information below refines the flags: at
     // this point a link to a folder still counts as a folder.
     if (auto parent = getParent()) parent->addChild(shared_from_this());
-    if (m_bIsDir) takeMoreCatalogInfoWithPath(path);
+    if (m_bIsDir) takeMoreCatalogInfo(*entry);
     if (m_bIsDir) loadChildrenUsingPath(path, withDeep);
 }
 
-void FileItem::takeMoreCatalogInfoWithPath(const std::string& path) {
-    const auto values = platform::resourceValuesForPath(path);
-    if (m_bIsWatchedFolder) {
-        // The existence test followed a link at the path; its answer stands.
-        m_bIsSymLink = values && values->isSymbolicLink;
-        return;
-    }
-    if (!values) return;
-    m_bIsDir = values->isDirectory;
-    m_bIsSymLink = values->isSymbolicLink;
-    // An entry reached by two or more names is not descended into. The
-    // platform reports 1 for every folder (folders cannot be hard-linked
-    // here), so only the entry's own type decides for folders.
-    if (values->linkCount >= 2) m_bIsDir = false;
-    if (m_bIsDir) m_bIsPackage = platform::isFilePackageAtPath(path);
+void FileItem::takeMoreCatalogInfo(const platform::DirectoryReader::Entry& entry) {
+    m_bIsSymLink = entry.isSymbolicLink;
+    // The watched folder is what a link at its path leads to.
+    if (m_bIsWatchedFolder) return;
+    m_bIsDir = entry.isFolder;
+    // An entry reached by two or more names is not descended into. Folders
+    // report 1 (they cannot be hard-linked here), so only the entry's own
+    // type decides for folders.
+    if (entry.linkCount >= 2) m_bIsDir = false;
+    if (m_bIsDir) m_bIsPackage = entry.isPackage;
 }
 
 void FileItem::loadChildrenUsingPath(const std::string& path, std::int32_t withDeep) {
     if (!m_bIsDir || withDeep == 0 || m_bIsPackage) return;
     m_arrChildren.emplace();
-    const auto listing = platform::DirectoryLister::contentsOfDirectoryAtPath(path);
+    const auto listing = m_pReader->list(path);
     m_bIsChildrenListIncomplete = !listing.isComplete();
     const auto self = shared_from_this();
     for (const std::string& name : listing.names) {
@@ -136,7 +134,7 @@ void FileItem::updateContentOfDir() {
     const std::string path = buildFullPath();
     // Only a whole listing can say what vanished: a read that failed part-way
     // would drop kept entries and bring them back later as new.
-    const auto listing = platform::DirectoryLister::contentsOfDirectoryAtPath(path);
+    const auto listing = m_pReader->list(path);
     if (!listing.isComplete()) return;
 
     if (!m_arrChildren) m_arrChildren.emplace();

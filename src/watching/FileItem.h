@@ -6,6 +6,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "platform/DirectoryReader.h"
+
 class FileItem;
 class FileItemData;
 
@@ -37,10 +39,15 @@ public:
     // child. Any negative depth is passed down unchanged.
     static constexpr std::int32_t kUnlimitedDeep = -1;
 
-    // Each creation loads the node and answers it only when it exists.
+    using Reader = std::shared_ptr<const platform::DirectoryReader>;
+
+    // Each creation loads the node and answers it only when it exists. A root
+    // reads through `reader` (the disk unless told), every node below it
+    // through its parent's.
     static std::shared_ptr<FileItem> createTreeForPath(const std::string& path);
-    static std::shared_ptr<FileItem> createTreeForPath(const std::string& path,
-                                                       std::int32_t withDeep);
+    static std::shared_ptr<FileItem> createTreeForPath(
+        const std::string& path, std::int32_t withDeep,
+        const Reader& reader = platform::DirectoryReader::disk());
     static std::shared_ptr<FileItem> createTreeForPath(const std::string& path,
                                                        std::int32_t withDeep,
                                                        const std::shared_ptr<FileItem>& withParent,
@@ -49,8 +56,9 @@ public:
     // The root of a watched folder. The folder is what the path leads to: a
     // link there is followed, and the folder is never taken for a package,
     // whatever it holds, so its entries are always loaded and compared.
-    static std::shared_ptr<FileItem> createTreeForWatchedFolder(const std::string& path,
-                                                                std::int32_t withDeep);
+    static std::shared_ptr<FileItem> createTreeForWatchedFolder(
+        const std::string& path, std::int32_t withDeep,
+        const Reader& reader = platform::DirectoryReader::disk());
 
     // Loading. The root form keeps the depth and the full path and clears the
     // listener; the child form makes the parent the listener and keeps no depth.
@@ -60,7 +68,7 @@ public:
                            const std::string& withName);
     // An empty path stands for nil and gives a node that does not exist.
     void loadStandartInfoForPath(const std::string& path, std::int32_t withDeep);
-    void takeMoreCatalogInfoWithPath(const std::string& path);
+    void takeMoreCatalogInfo(const platform::DirectoryReader::Entry& entry);
     void loadChildrenUsingPath(const std::string& path, std::int32_t withDeep);
 
     // Tree operations.
@@ -102,6 +110,7 @@ public:
     std::shared_ptr<FileItem> getFileItemParent() override { return shared_from_this(); }
 
 private:
+    Reader m_pReader = platform::DirectoryReader::disk();
     std::optional<std::string> m_sFullPath;
     std::weak_ptr<FileItemListener> m_pListener;
     std::string m_sNameWithExt;

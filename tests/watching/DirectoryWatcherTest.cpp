@@ -29,8 +29,8 @@ struct Reports : AppsInTrashWatcherListener {
     }
 };
 
-// The Trash watcher on the virtual clock. Its kernel registration is dropped
-// so that only the events a test sends arrive, at the moments it chooses.
+// The Trash watcher on the virtual clock. It stops listening to the kernel so
+// that only the changes a test announces arrive, at the moments it chooses.
 class TrashInVirtualTime : public ::testing::Test {
 protected:
     TempDir dir;
@@ -44,17 +44,13 @@ protected:
     void start() {
         reports->trash = trash;
         watcher = AppsInTrashWatcher::create(reports, trash);
-        watcher->getTrashWatcher()->getFileEventQueue()->removeAllPaths();
+        watcher->getTrashWatcher()->stopWatching();
     }
     void trashIt(const std::string& relative) {
         std::rename((dir / relative).c_str(),
                     (trash + "/" + platform::PathUtils::lastPathComponent(relative)).c_str());
     }
-    void changed() {
-        DirectoryWatcher& watched = *watcher->getTrashWatcher();
-        watched.receivedNotification(*watched.getFileEventQueue(),
-                                     FileEventQueueFileWrittenToNotification, trash);
-    }
+    void changed() { watcher->getTrashWatcher()->contentsChanged(); }
     std::multimap<std::string, dispatch::Duration> reported() const {
         return {reports->got.begin(), reports->got.end()};
     }

@@ -1,20 +1,18 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <vector>
 
-#include "support/TempDir.h"
-#include "support/faults/ReaddirFault.h"
+#include "support/FakeDirectoryReader.h"
 #include "watching/FileItem.h"
 #include "watching/FileItemData.h"
 #include "watching/SystemSkipList.h"
-#include "watching/WatchingTestSupport.h"
-
-using testsupport::TempDir;
 
 namespace {
+
+using Kind = testsupport::FakeDirectoryReader::Kind;
 
 struct Announcements : FileItemListener {
     std::vector<std::string> log;
@@ -37,13 +35,27 @@ std::set<std::string> childNames(const FileItem& item) {
     return names;
 }
 
-TEST(FileItem, LoadsToTheDepthAndNeverIntoPackagesOrLinks) {
-    TempDir dir;
-    dir.writeFile("root/file");
-    dir.writeFile("root/dir/inner/deep.txt");
-    watchingtest::makeBundle(dir, "root/X.app");
-    dir.makeSymlink("root/dangling", dir / "nowhere");
-    dir.makeSymlink("root/linkdir", dir / "root/dir");
+class FileTree : public ::testing::Test {
+protected:
+    std::shared_ptr<testsupport::FakeDirectoryReader> disk =
+        std::make_shared<testsupport::FakeDirectoryReader>();
+    std::shared_ptr<Announcements> listener = std::make_shared<Announcements>();
+
+    std::shared_ptr<FileItem> load(const std::string& path, std::int32_t deep) {
+        return FileItem::createTreeForPath(path, deep, disk);
+    }
+};
+
+TEST_F(FileTree, LoadsToTheDepthAndNeverIntoPackagesLinksOrSkippedPaths) {
+    disk->add("/t/root/file");
+    disk->add("/t/root/dir/inner/deep.txt");
+    disk->add("/t/root/X.app", Kind::Package);
+    disk->add("/t/root/X.app/Contents/Info.plist");
+    disk->add("/t/root/dangling", Kind::DanglingLink);
+    disk->add("/t/root/linkdir", Kind::LinkToFolder);
+    disk->add("/t/root/linkdir/seen-through-the-link");
+    disk->add("/t/root/skipped/inside");
+    SystemSkipList::shared().addPath("/t/root/skipped");
     const std::set<std::string> top = {"file", "dir", "X.app", "dangling", "linkdir"};
 
     struct Case {
@@ -53,7 +65,7 @@ TEST(FileItem, LoadsToTheDepthAndNeverIntoPackagesOrLinks) {
     for (const Case& c : {Case{0, false, false, false}, Case{1, true, false, false},
                           Case{2, true, true, false}, Case{-1, true, true, true}}) {
         SCOPED_TRACE(c.deep);
-        auto root = FileItem::createTreeForPath(dir / "root", c.deep);
+        auto root = load("/t/root", c.deep);
         ASSERT_TRUE(root);
         EXPECT_EQ(root->getChildren() != nullptr, c.rootLoaded);
         if (!c.rootLoaded) continue;
@@ -64,7 +76,7 @@ TEST(FileItem, LoadsToTheDepthAndNeverIntoPackagesOrLinks) {
         if (c.dirLoaded) {
             auto inner = sub->getChildrenWithName("inner");
             EXPECT_EQ(inner->getChildren() != nullptr, c.innerLoaded);
-            EXPECT_EQ(inner->buildFullPath(), dir / "root/dir/inner");
+            EXPECT_EQ(inner->buildFullPath(), "/t/root/dir/inner");
         }
         auto app = root->getChildrenWithName("X.app");
         EXPECT_TRUE(app->isDir() && app->isPackage());
@@ -77,31 +89,20 @@ TEST(FileItem, LoadsToTheDepthAndNeverIntoPackagesOrLinks) {
         EXPECT_FALSE(link->isDir());
         EXPECT_EQ(link->getChildren(), nullptr);
     }
-    EXPECT_EQ(FileItem::createTreeForPath(dir / "missing"), nullptr);
-    EXPECT_EQ(FileItem::createTreeForPath(""), nullptr);
+    EXPECT_EQ(load("/t/missing", -1), nullptr);
+    EXPECT_EQ(load("", -1), nullptr);
+    EXPECT_EQ(load("/t/root/skipped", -1), nullptr);
 }
 
-TEST(FileItem, SkippedPathsAreNeverNodes) {
-    TempDir dir;
-    dir.writeFile("root/skipped/inside");
-    dir.writeFile("root/kept");
-    SystemSkipList::shared().addPath(dir / "root/skipped");
-    auto root = FileItem::createTreeForPath(dir / "root");
-    EXPECT_EQ(childNames(*root), std::set<std::string>{"kept"});
-    EXPECT_EQ(FileItem::createTreeForPath(dir / "root/skipped"), nullptr);
-}
-
-TEST(FileItem, RescanAnnouncesRemovalsFirstThenAdditionsAtTheRootsDepth) {
-    TempDir dir;
-    dir.writeFile("root/file");
-    dir.writeFile("root/old/x");
-    auto root = FileItem::createTreeForPath(dir / "root", 1);
-    auto listener = std::make_shared<Announcements>();
+TEST_F(FileTree, RescanAnnouncesRemovalsFirstThenAdditionsAtTheRootsDepth) {
+    disk->add("/t/root/file");
+    disk->add("/t/root/old/x");
+    auto root = load("/t/root", 1);
     root->setListener(listener);
 
-    ::unlink((dir / "root/file").c_str());
-    dir.writeFile("root/new");
-    dir.writeFile("root/newdir/a");
+    disk->remove("/t/root/file");
+    disk->add("/t/root/new");
+    disk->add("/t/root/newdir/a");
     root->updateContentOfDir();
     const auto& log = listener->log;
     ASSERT_EQ(log.size(), 4u);
@@ -120,54 +121,46 @@ TEST(FileItem, RescanAnnouncesRemovalsFirstThenAdditionsAtTheRootsDepth) {
     listener->log.clear();
     root->updateContentOfDir();                        // unchanged
     root->addChild(root->getChildrenWithName("new"));  // already held
-    dir.writeFile("root/unseen");
-    {
-        // A read error part-way: nothing vanished, nothing arrived.
-        testsupport::ReaddirFault fault(dir / "root", 3);
-        root->updateContentOfDir();
-        EXPECT_EQ(fault.failures(), 1);
-    }
+    // A read error part-way: nothing vanished, nothing arrived.
+    disk->add("/t/root/unseen");
+    disk->failListing("/t/root", 1);
+    root->updateContentOfDir();
     EXPECT_EQ(childNames(*root).size(), 3u);
     EXPECT_TRUE(listener->log.empty());
 }
 
-TEST(FileItem, WhatAFailedFirstLoadMissedIsNotAnnouncedLater) {
-    TempDir dir;
-    for (const char* name : {"a", "b", "c", "d"}) dir.writeFile(std::string("root/") + name);
-    std::shared_ptr<FileItem> root;
-    {
-        testsupport::ReaddirFault fault(dir / "root", 4);  // "." and ".." count
-        root = FileItem::createTreeForPath(dir / "root", 1);
-    }
+TEST_F(FileTree, WhatAFailedFirstLoadMissedIsNotAnnouncedLater) {
+    for (const char* name : {"a", "b", "c", "d"}) disk->add(std::string("/t/root/") + name);
+    disk->failListing("/t/root", 2);
+    auto root = load("/t/root", 1);
     ASSERT_TRUE(root);
-    ASSERT_LT(childNames(*root).size(), 4u);
-    auto listener = std::make_shared<Announcements>();
+    ASSERT_EQ(childNames(*root).size(), 2u);
+    disk->healListing("/t/root");
     root->setListener(listener);
     root->updateContentOfDir();
     EXPECT_EQ(childNames(*root), (std::set<std::string>{"a", "b", "c", "d"}));
     EXPECT_TRUE(listener->log.empty());
 
-    ::unlink((dir / "root/a").c_str());
-    dir.writeFile("root/e");
+    disk->remove("/t/root/a");
+    disk->add("/t/root/e");
     root->updateContentOfDir();
     EXPECT_EQ(listener->log, (std::vector<std::string>{"-a in root", "+e in root"}));
 }
 
-TEST(FileItemData, KeepsTheFirstSizeAndCountsTheNodeWithItsContents) {
+TEST_F(FileTree, DataKeepsTheFirstSizeAndCountsTheNodeWithItsContents) {
     struct SizeListener : FileItemDataListener {
         int calls = 0;
         void onFileItemSizeCalculated() override { ++calls; }
     };
-    TempDir dir;
-    dir.writeFile("root/file", "abc");
-    auto root = FileItem::createTreeForPath(dir / "root");
+    disk->add("/t/root/file");
+    auto root = load("/t/root", -1);
     auto data = root->getData();
-    auto listener = std::make_shared<SizeListener>();
-    data->setListener(listener);
+    auto sizes = std::make_shared<SizeListener>();
+    data->setListener(sizes);
     data->onSizeCalculated(10);
     data->onSizeCalculated(20);
     EXPECT_EQ(data->getSize(), 10u);
-    EXPECT_EQ(listener->calls, 1);
+    EXPECT_EQ(sizes->calls, 1);
     data->setSubItems(root->getChildrenWithName("file")->getData());
     EXPECT_EQ(std::make_pair(data->countOfFolders(), data->countOfFiles()),
               std::make_pair(1ul, 1ul));

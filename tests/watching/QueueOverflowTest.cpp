@@ -100,8 +100,8 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
     auto heard = std::make_shared<Heard>();
     heard->trash = trash;
     // The Trash's tree and quiet period, fed by the queue under test only.
-    heard->trashWatcher = DirectoryWatcher::create(trash);
-    heard->trashWatcher->getFileEventQueue()->removeAllPaths();
+    heard->trashWatcher =
+        DirectoryWatcher::create(trash, platform::DirectoryReader::disk(), [] { return nullptr; });
     heard->trashWatcher->setDelegate(heard);
     auto queue = FileEventQueue::create();
     ASSERT_TRUE(queue);

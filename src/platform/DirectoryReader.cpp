@@ -1,0 +1,44 @@
+#include "platform/DirectoryReader.h"
+
+#include <sys/stat.h>
+
+#include "platform/FileResources.h"
+
+namespace platform {
+
+namespace {
+
+class DiskReader final : public DirectoryReader {
+public:
+    DirectoryLister::Listing list(const std::string& path) const override {
+        return DirectoryLister::contentsOfDirectoryAtPath(path);
+    }
+
+    std::optional<Entry> entryAt(const std::string& path) const override {
+        std::string own = path;
+        while (own.size() > 1 && own.back() == '/') own.pop_back();
+        struct stat info {};
+        if (::lstat(own.c_str(), &info) != 0) return std::nullopt;
+        Entry entry;
+        entry.isSymbolicLink = S_ISLNK(info.st_mode);
+        entry.isFolder = S_ISDIR(info.st_mode);
+        entry.leadsToFolder = entry.isFolder;
+        if (entry.isSymbolicLink) {
+            struct stat target {};
+            entry.leadsToFolder = ::stat(path.c_str(), &target) == 0 && S_ISDIR(target.st_mode);
+        }
+        // Linux cannot give a folder a second name.
+        entry.linkCount = entry.isFolder ? 1 : info.st_nlink;
+        entry.isPackage = entry.isFolder && isFilePackageAtPath(path);
+        return entry;
+    }
+};
+
+}  // namespace
+
+const std::shared_ptr<const DirectoryReader>& DirectoryReader::disk() {
+    static const std::shared_ptr<const DirectoryReader> reader = std::make_shared<DiskReader>();
+    return reader;
+}
+
+}  // namespace platform
