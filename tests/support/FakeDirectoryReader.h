@@ -23,27 +23,28 @@ public:
     }
     // Removes the entry and everything below it.
     void remove(const std::string& path) {
-        m_entries.erase(path);
-        std::erase_if(m_entries, [&](const auto& e) { return e.first.starts_with(path + "/"); });
+        std::erase_if(m_entries, [&](const auto& entry) {
+            return entry.first == path || entry.first.starts_with(path + "/");
+        });
     }
-    // From now on, reading the folder fails after `entriesBefore` names.
-    void failListing(const std::string& folder, std::size_t entriesBefore) {
+    // Reading the folder fails after `entriesBefore` names; nullopt heals it.
+    void failListing(const std::string& folder, std::optional<std::size_t> entriesBefore) {
         m_failures[folder] = entriesBefore;
     }
-    void healListing(const std::string& folder) { m_failures.erase(folder); }
 
     platform::DirectoryLister::Listing list(const std::string& path) const override {
         platform::DirectoryLister::Listing listing;
-        const auto found = entryAt(path);
-        if (!found || !found->leadsToFolder) return listing;
+        const auto folder = entryAt(path);
+        if (!folder || !folder->leadsToFolder) return listing;
         const auto failure = m_failures.find(path);
-        for (auto it = m_entries.upper_bound(path + "/");
-             it != m_entries.end() && it->first.starts_with(path + "/"); ++it) {
-            if (it->first.find('/', path.size() + 1) != std::string::npos) continue;
-            if (failure != m_failures.end() && listing.names.size() == failure->second) {
+        const std::string prefix = path + "/";
+        for (auto it = m_entries.upper_bound(prefix); it != m_entries.end(); ++it) {
+            if (!it->first.starts_with(prefix)) break;
+            if (it->first.find('/', prefix.size()) != std::string::npos) continue;
+            if (failure != m_failures.end() && failure->second == listing.names.size()) {
                 return listing;
             }
-            listing.names.push_back(it->first.substr(path.size() + 1));
+            listing.names.push_back(it->first.substr(prefix.size()));
         }
         listing.status = platform::DirectoryLister::Status::Complete;
         return listing;
@@ -53,17 +54,15 @@ public:
         const auto found = m_entries.find(path);
         if (found == m_entries.end()) return std::nullopt;
         const Kind kind = found->second;
-        Entry entry;
-        entry.isSymbolicLink = kind == Kind::LinkToFolder || kind == Kind::DanglingLink;
-        entry.isFolder = kind == Kind::Folder || kind == Kind::Package;
-        entry.leadsToFolder = entry.isFolder || kind == Kind::LinkToFolder;
-        entry.isPackage = kind == Kind::Package;
-        return entry;
+        return Entry{.isSymbolicLink = kind == Kind::LinkToFolder || kind == Kind::DanglingLink,
+                     .isFolder = kind == Kind::Folder || kind == Kind::Package,
+                     .leadsToFolder = kind != Kind::File && kind != Kind::DanglingLink,
+                     .isPackage = kind == Kind::Package};
     }
 
 private:
     std::map<std::string, Kind> m_entries;
-    std::map<std::string, std::size_t> m_failures;
+    std::map<std::string, std::optional<std::size_t>> m_failures;
 };
 
 }  // namespace testsupport
