@@ -34,18 +34,7 @@ std::optional<std::string> readRegularFile(int folder, const std::string& name, 
     if (!S_ISREG(opened.st_mode) || static_cast<std::uintmax_t>(opened.st_size) > limit) {
         return std::nullopt;
     }
-    std::string contents;
-    contents.reserve(static_cast<std::size_t>(opened.st_size));
-    char chunk[65536];
-    for (;;) {
-        const ssize_t got = ::read(fd.get(), chunk, sizeof chunk);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return std::nullopt;
-        if (got == 0) return contents;
-        // The file may grow while it is read.
-        if (contents.size() + static_cast<std::size_t>(got) > limit) return std::nullopt;
-        contents.append(chunk, static_cast<std::size_t>(got));
-    }
+    return readToEnd(fd.get(), limit, static_cast<std::size_t>(opened.st_size));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -30,14 +31,18 @@ std::optional<std::string> readWholeFile(const std::string& path, std::size_t li
         static_cast<std::uint64_t>(info.st_size) > limit) {
         return std::nullopt;
     }
+    return readToEnd(file.get(), limit, static_cast<std::size_t>(info.st_size));
+}
+
+std::optional<std::string> readToEnd(int fd, std::size_t limit, std::size_t expected) {
     std::string contents;
-    contents.reserve(static_cast<std::size_t>(info.st_size));
-    // Read to the end rather than trusting the size; the file may grow.
+    contents.reserve(std::min(expected, limit));
     char chunk[65536];
     for (;;) {
-        const ssize_t got = ::read(file.get(), chunk, sizeof chunk);
+        const ssize_t got = ::read(fd, chunk, sizeof chunk);
         if (got < 0 && errno == EINTR) continue;
         if (got == 0) return contents;
+        // The file may grow while it is read.
         if (got < 0 || static_cast<std::size_t>(got) > limit - contents.size()) return std::nullopt;
         contents.append(chunk, static_cast<std::size_t>(got));
     }

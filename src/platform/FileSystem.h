@@ -54,6 +54,10 @@ using DirectoryStream = std::unique_ptr<DIR, DirectoryStreamCloser>;
 // blocking, so a FIFO put in the file's place cannot hang the reader.
 std::optional<std::string> readWholeFile(const std::string& path, std::size_t limit);
 
+// What is left to read of the open file, up to its end; nullopt on a read
+// error or once more than `limit` bytes came. `expected` sizes the buffer.
+std::optional<std::string> readToEnd(int fd, std::size_t limit, std::size_t expected = 0);
+
 // Writes every byte, retrying after interruptions; false on any error.
 bool writeAll(int fd, const void* bytes, std::size_t size);
 
