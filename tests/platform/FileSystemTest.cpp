@@ -72,38 +72,4 @@ TEST(FileSystem, AtomicWriteReplacesWholeOrLeavesEverythingAsItWas) {
         << "no temporary file is left behind";
 }
 
-TEST(FileSystem, ReadsSmallRegularFilesOnly) {
-    TempDir dir;
-    dir.writeFile("five", "12345");
-    dir.makeDir("folder");
-    ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
-    struct Row {
-        std::string name;
-        std::size_t limit;
-        std::optional<std::string> contents;
-    };
-    for (const Row& row : std::vector<Row>{{"five", 5, "12345"},
-                                           {"five", 4, std::nullopt},
-                                           {"folder", 100, std::nullopt},
-                                           {"fifo", 100, std::nullopt},
-                                           {"missing", 100, std::nullopt}}) {
-        EXPECT_EQ(platform::readWholeFile(dir / row.name, row.limit), row.contents)
-            << row.name << " within " << row.limit;
-    }
-}
-
-TEST(FileSystem, PrivateFoldersAreMadeWithTheirParents) {
-    TempDir dir;
-    const std::string deep = dir / "a/b/c";
-    ASSERT_TRUE(platform::makePrivateFolders(deep));
-    EXPECT_TRUE(platform::makePrivateFolders(deep)) << "already there";
-    for (const std::string& folder : {dir / "a", dir / "a/b", deep}) {
-        struct stat info {};
-        ASSERT_EQ(::stat(folder.c_str(), &info), 0);
-        EXPECT_EQ(info.st_mode & 07777, 0700u) << folder;
-    }
-    EXPECT_FALSE(platform::makePrivateFolders(dir.writeFile("file") + "/below"));
-    EXPECT_FALSE(platform::makePrivateFolders(dir.writeFile("plain")));
-}
-
 }  // namespace
