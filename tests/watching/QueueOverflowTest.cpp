@@ -63,10 +63,10 @@ struct Heard : FileEventQueueDelegate, DirectoryWatcherDelegate {
     std::shared_ptr<DirectoryWatcher> trashWatcher;
     std::set<std::pair<std::string, std::string>> events;  // (path, name)
     std::vector<std::string> apps;
-    void receivedNotification(FileEventQueue& queue, const std::string& name,
+    void receivedNotification(FileEventQueue&, const std::string& name,
                               const std::string& path) override {
         events.emplace(path, name);
-        if (path == trash) trashWatcher->receivedNotification(queue, name, path);
+        if (path == trash) trashWatcher->contentsChanged();
     }
     void onAddedAppWithPath(const std::string& path) override { apps.push_back(path); }
 };
