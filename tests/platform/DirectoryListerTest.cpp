@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <set>
 
@@ -52,38 +51,6 @@ TEST(DirectoryLister, SaysWhetherItSawEveryEntry) {
                                             [&](std::string_view) { return ++visited < 2; }),
               Status::Stopped);
     EXPECT_EQ(visited, 2);
-}
-
-TEST(DirectoryReader, TheDiskTellsLinksFromWhatTheyLeadTo) {
-    testsupport::TempDir dir;
-    dir.makeDir("folder");
-    dir.writeFile("Tool.app/x");
-    dir.writeFile("Plain/Contents/Info.plist");
-    ASSERT_EQ(::link(dir.writeFile("file").c_str(), (dir / "second-name").c_str()), 0);
-    dir.makeSymlink("link", dir / "folder");
-    dir.makeSymlink("dangling", dir / "gone");
-    struct Row {
-        std::string name;
-        bool link, folder, leadsToFolder, package;
-        std::uint64_t names;
-    };
-    for (const Row& row : std::vector<Row>{{"folder", false, true, true, false, 1},
-                                           {"Tool.app", false, true, true, true, 1},
-                                           {"Plain", false, true, true, true, 1},
-                                           {"file", false, false, false, false, 2},
-                                           {"link", true, false, true, false, 1},
-                                           {"link/", true, false, true, false, 1},
-                                           {"dangling", true, false, false, false, 1}}) {
-        SCOPED_TRACE(row.name);
-        const auto entry = platform::DirectoryReader::disk()->entryAt(dir / row.name);
-        ASSERT_TRUE(entry);
-        EXPECT_EQ(entry->isSymbolicLink, row.link);
-        EXPECT_EQ(entry->isFolder, row.folder);
-        EXPECT_EQ(entry->leadsToFolder, row.leadsToFolder);
-        EXPECT_EQ(entry->isPackage, row.package);
-        EXPECT_EQ(entry->linkCount, row.names);
-    }
-    EXPECT_FALSE(platform::DirectoryReader::disk()->entryAt(dir / "gone"));
 }
 
 }  // namespace

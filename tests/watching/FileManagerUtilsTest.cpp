@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "platform/DirectoryReader.h"
 #include "platform/TemporaryDirectory.h"
 #include "support/TempDir.h"
 #include "watching/FileManagerUtils.h"
@@ -20,10 +22,14 @@ namespace fm = FileManagerUtils;
 
 constexpr const char* kAlphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
-TEST(FileManagerUtils, ExistenceCountsLinksThemselves) {
+// What the file tree reads of the disk and what the file-manager helpers
+// answer, for the same entries.
+TEST(FileManagerUtils, ExistenceCountsLinksThemselvesAsTheTreesReaderDoes) {
     TempDir dir;
-    dir.writeFile("file", "x");
+    ASSERT_EQ(::link(dir.writeFile("file", "x").c_str(), (dir / "second-name").c_str()), 0);
     dir.makeDir("folder");
+    dir.writeFile("Tool.app/x");
+    dir.writeFile("Plain/Contents/Info.plist");
     dir.makeSymlink("link-to-file", dir / "file");
     dir.makeSymlink("link-to-folder", dir / "folder");
     dir.makeSymlink("dangling", dir / "gone");
@@ -32,28 +38,42 @@ TEST(FileManagerUtils, ExistenceCountsLinksThemselves) {
     // A privileged run sees through a closed folder; anyone else does not.
     const bool seesThroughClosed = ::geteuid() == 0;
     struct Row {
-        std::optional<std::string> path;
-        bool exists, directory, link;
+        std::string name;
+        bool exists, leadsToFolder, link, folder, package;
+        std::uint64_t names;
     };
-    for (const Row& row : std::vector<Row>{{dir / "file", true, false, false},
-                                           {dir / "folder", true, true, false},
-                                           {dir / "link-to-file", true, false, true},
-                                           {dir / "link-to-folder", true, true, true},
-                                           {dir / "dangling", true, false, true},
-                                           {dir / "gone", false, false, false},
-                                           {dir / "closed", true, true, false},
-                                           {dir / "closed/inside", seesThroughClosed, false, false},
-                                           {std::nullopt, false, false, false}}) {
-        SCOPED_TRACE(row.path.value_or("nil"));
-        EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(row.path), row.exists);
-        bool directory = !row.directory;  // must be overwritten either way
-        EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(row.path, &directory),
-                  row.exists);
-        EXPECT_EQ(directory, row.directory);
-        EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(row.path, nullptr), row.exists);
-        EXPECT_EQ(fm::isFileAtPathSymbolicLink(row.path), row.link);
-        EXPECT_FALSE(fm::isFileLocked(row.path));
+    for (const Row& row :
+         std::vector<Row>{{"file", true, false, false, false, false, 2},
+                          {"folder", true, true, false, true, false, 1},
+                          {"Tool.app", true, true, false, true, true, 1},
+                          {"Plain", true, true, false, true, true, 1},
+                          {"link-to-file", true, false, true, false, false, 1},
+                          {"link-to-folder", true, true, true, false, false, 1},
+                          {"link-to-folder/", true, true, true, false, false, 1},
+                          {"dangling", true, false, true, false, false, 1},
+                          {"gone", false, false, false, false, false, 0},
+                          {"closed", true, true, false, true, false, 1},
+                          {"closed/inside", seesThroughClosed, false, false, false, false, 1}}) {
+        SCOPED_TRACE(row.name);
+        const std::string path = dir / row.name;
+        EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(path), row.exists);
+        bool directory = !row.leadsToFolder;  // must be overwritten either way
+        EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(path, &directory), row.exists);
+        EXPECT_EQ(directory, row.leadsToFolder);
+        EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(path, nullptr), row.exists);
+        EXPECT_EQ(fm::isFileAtPathSymbolicLink(path), row.link);
+        EXPECT_FALSE(fm::isFileLocked(path));
+        const auto entry = platform::DirectoryReader::disk()->entryAt(path);
+        ASSERT_EQ(entry.has_value(), row.exists);
+        if (!entry) continue;
+        EXPECT_EQ(std::make_tuple(entry->leadsToFolder, entry->isSymbolicLink, entry->isFolder,
+                                  entry->isPackage, entry->linkCount),
+                  std::make_tuple(row.leadsToFolder, row.link, row.folder, row.package, row.names));
     }
+    bool directory = true;
+    EXPECT_FALSE(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(std::nullopt, &directory));
+    EXPECT_FALSE(directory || fm::isFileAtPathSymbolicLink(std::nullopt) ||
+                 fm::isFileLocked(std::nullopt));
 }
 
 TEST(FileManagerUtils, LockedIsTheImmutableFlag) {
