@@ -10,8 +10,8 @@
 #include <utility>
 
 // The few file-system chores every part of the agent needs, done one way:
-// owners that close what they opened, a write that replaces a file whole,
-// and the private folders the agent keeps its data in.
+// owners that close what they opened, reads of small files, a write that
+// replaces a file whole, and the private folders the agent keeps data in.
 namespace platform {
 
 // Owns one open descriptor and closes it exactly once, whatever path the

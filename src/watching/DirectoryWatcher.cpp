@@ -17,7 +17,7 @@ std::shared_ptr<DirectoryWatcher> DirectoryWatcher::create(const std::string& pa
     watcher->m_pPathTree = FileItem::createTreeForWatchedFolder(path, 1, watcher->m_pReader);
     // Listening only after the first load keeps what is already there unreported.
     if (watcher->m_pPathTree) watcher->m_pPathTree->setListener(watcher);
-    watcher->m_bIsWatching = watcher->startWatching();
+    watcher->startWatching();
     return watcher;
 }
 
@@ -29,7 +29,8 @@ DirectoryWatcher::DirectoryWatcher(Private, std::string path, FileItem::Reader r
 
 bool DirectoryWatcher::startWatching() {
     m_pFileEventQueue = m_fnMakeEventQueue ? m_fnMakeEventQueue() : nullptr;
-    if (!m_pFileEventQueue) return false;
+    m_bIsWatching = m_pFileEventQueue != nullptr;
+    if (!m_bIsWatching) return false;
     m_pFileEventQueue->setDelegate(weak_from_this());
     m_pFileEventQueue->addPath(m_sPath);
     return true;
