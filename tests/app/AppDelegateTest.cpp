@@ -29,7 +29,14 @@ protected:
         m_home.makeDir(".Trash");
         m_home.makeDir("Helper.app/Contents");
         AppDelegate::Environment environment;
-        environment.createNotificationPresenter = [this] { return m_presenter; };
+        environment.createNotificationPresenter = [this] {
+            m_arrSteps.push_back("presenter");
+            return m_presenter;
+        };
+        environment.startUpdateRestarter = [this] {
+            m_arrSteps.push_back(delegate->trashWatcher() ? "restarter after the watcher"
+                                                          : "restarter");
+        };
         environment.trashDirectory = m_home / ".Trash";
         environment.ownBundlePath = [this] { return m_ownBundle; };
         environment.commandFileQueue = m_commandFiles;
@@ -79,6 +86,7 @@ protected:
     MessageEnvironment m_messages;
     std::shared_ptr<RecordingPresenter> m_presenter = std::make_shared<RecordingPresenter>();
     std::optional<std::string> m_ownBundle = m_home / "Helper.app";
+    std::vector<std::string> m_arrSteps;
     std::shared_ptr<AppDelegate> delegate;
 };
 
@@ -177,23 +185,8 @@ TEST_F(AppDelegateTest, CommandFilesAreReadOffTheMainThreadAndAppliedInArrivalOr
 // The window's controller comes first, then the update restarter, and only
 // then the Trash watcher: an update under way is noticed before any
 // application in the Trash is.
-TEST(AppDelegateLaunch, StartsTheUpdateRestarterBeforeWatchingTheTrash) {
-    dispatch::ScopedMainQueue scope(std::make_shared<dispatch::ManualMainQueue>());
-    TempDir home;
-    std::vector<std::string> steps;
-    std::shared_ptr<AppDelegate> delegate;
-    AppDelegate::Environment environment;
-    environment.trashDirectory = home.makeDir(".Trash");
-    environment.createNotificationPresenter = [&] {
-        steps.push_back("presenter");
-        return std::make_shared<RecordingPresenter>();
-    };
-    environment.startUpdateRestarter = [&] {
-        steps.push_back(delegate->trashWatcher() ? "restarter after the watcher" : "restarter");
-    };
-    delegate = std::make_shared<AppDelegate>(std::move(environment));
-    delegate->applicationDidFinishLaunching();
-    EXPECT_EQ(steps, (std::vector<std::string>{"presenter", "restarter"}));
+TEST_F(AppDelegateTest, StartsTheUpdateRestarterBeforeWatchingTheTrash) {
+    EXPECT_EQ(m_arrSteps, (std::vector<std::string>{"presenter", "restarter"}));
     EXPECT_TRUE(delegate->trashWatcher());
 }
 
