@@ -47,12 +47,9 @@ protected:
 
     // Arrival of an application bundle at a path relative to the home folder.
     std::vector<std::string> arrive(const std::string& relative) {
-        const std::string plist =
-            "<plist><dict><key>CFBundleIdentifier</key><string>com.example.x</string></dict></"
-            "plist>";
-        m_home.writeFile(relative + "/Contents/Info.plist", plist);
         m_presenter->shown.clear();
-        delegate->onAppMovedToTrash(platform::Bundle::bundleWithPath(m_home / relative));
+        delegate->onAppMovedToTrash(
+            std::make_shared<platform::Bundle>(m_home / relative, platform::PlistDictionary{}));
         return m_presenter->shown;
     }
 
