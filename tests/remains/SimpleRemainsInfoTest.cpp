@@ -59,59 +59,54 @@ protected:
 };
 
 TEST_F(SimpleRemainsInfoTest, FindsEveryKindOfRemainsInOrderAndSizesThem) {
-    const std::string id = "com.example.Sample";
-    file("Caches/" + id + "/Cache.db", 50000);
-    file("Caches/" + id + "/fsCachedData/x", 7000);
-    file("Saved Application State/" + id + ".savedState/windows.plist");
-    file("Preferences/" + id + ".plist");
-    file("Preferences/SampleExec/settings");
-    file("Logs/SampleExec.log");
-    // A dangling link named like a candidate is listed: the link itself exists.
-    m_dir.makeSymlink("home/Library/Cookies/" + id + ".cookies", m_dir / "gone");
-    file("Containers/" + id + "/Data/big", 120000);
-    file("Application Support/Caches/com.apple.helpd/Generated/" + id + ".help/index");
-    file("Application Support/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile/" +
-         id + ".help");
-    file("Application Support/Growl/Tickets/SampleExec.growlTicket");
-    file("Application Support/SampleExec/data");
-    file("LaunchAgents/" + id + ".plist");
-    file("LaunchAgents/" + id + ".helper.plist");
-    file("LaunchAgents/" + id + ".helper.txt");
-    file("LaunchAgents/com.example.sample.plist");  // the prefix is case-sensitive
-    file("LaunchAgents/other." + id + ".plist");
-    file("Application Support/CrashReporter/SampleExec_A1B2.plist");
-    file("Application Support/CrashReporter/SampleExec.plist");
-    // Another program whose name merely starts the same.
-    file("Application Support/CrashReporter/SampleExecutor.plist");
-    file("Application Support/CrashReporter/sampleexec_C3.plist");
+    const std::string id = "com.example.Sample",
+                      helpd = "Application Support/Caches/com.apple.helpd/";
+    // Entries made under Library ("@": the identifier; a trailing "/": a
+    // folder with a file in it), each listed with its type in this order, or
+    // not at all (-1). The cookies are a dangling link, which is listed too.
+    const std::pair<std::string, std::int32_t> rows[] = {
+        {"Caches/@/", 8},
+        {"Caches/@/fsCachedData/", -1},
+        {"Saved Application State/@.savedState/", 8},
+        {"Preferences/@.plist", 10},
+        {"Preferences/SampleExec/", 10},
+        {"Logs/SampleExec.log", 11},
+        {"Cookies/@.cookies", 12},
+        {"Containers/@/", 9},
+        {helpd + "Generated/@.help/", 3},
+        {helpd + "SDMHelpData/Other/English/HelpSDMIndexFile/@.help", 3},
+        {"Application Support/Growl/Tickets/SampleExec.growlTicket", 3},
+        {"Application Support/SampleExec/", 3},
+        {"LaunchAgents/@.helper.plist", 3},
+        {"LaunchAgents/@.plist", 3},
+        {"Application Support/CrashReporter/SampleExec.plist", 13},
+        {"Application Support/CrashReporter/SampleExec_A1B2.plist", 13},
+        // Names that merely start the same, or differ in case.
+        {"LaunchAgents/@.helper.txt", -1},
+        {"LaunchAgents/com.example.sample.plist", -1},
+        {"LaunchAgents/other.@.plist", -1},
+        {"Application Support/CrashReporter/SampleExecutor.plist", -1},
+        {"Application Support/CrashReporter/sampleexec_C3.plist", -1},
+        {"Caches/com.example.sample", -1},
+    };
+    std::vector<Entry> expected{{m_sHome + "/.Trash/Sample.app", 0}};
+    for (auto [path, type] : rows) {
+        if (const auto at = path.find('@'); at != std::string::npos) path.replace(at, 1, id);
+        const bool folder = path.ends_with('/');
+        if (folder) path.pop_back();
+        if (type == SimpleRemainsInfo::kTypeCookies) {
+            m_dir.makeSymlink("home/Library/" + path, m_dir / "gone");
+        } else {
+            file(folder ? path + "/data" : path, 12000);
+        }
+        if (type >= 0) expected.push_back({lib(path), type});
+    }
     // Nothing outside the home's Library is looked at.
     m_dir.writeFile("Library/Caches/" + id);
-    file("Caches/com.example.sample");
 
     auto listener = std::make_shared<TotalsListener>();
     auto info = find(id, "SampleExec", listener);
     ASSERT_TRUE(info);
-    const std::string support = lib("Application Support/");
-    const std::vector<Entry> expected = {
-        {m_sHome + "/.Trash/Sample.app", 0},
-        {lib("Caches/" + id), 8},
-        {lib("Saved Application State/" + id + ".savedState"), 8},
-        {lib("Preferences/" + id + ".plist"), 10},
-        {lib("Preferences/SampleExec"), 10},
-        {lib("Logs/SampleExec.log"), 11},
-        {lib("Cookies/" + id + ".cookies"), 12},
-        {lib("Containers/" + id), 9},
-        {support + "Caches/com.apple.helpd/Generated/" + id + ".help", 3},
-        {support + "Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile/" + id +
-             ".help",
-         3},
-        {support + "Growl/Tickets/SampleExec.growlTicket", 3},
-        {support + "SampleExec", 3},
-        {lib("LaunchAgents/" + id + ".helper.plist"), 3},
-        {lib("LaunchAgents/" + id + ".plist"), 3},
-        {support + "CrashReporter/SampleExec.plist", 13},
-        {support + "CrashReporter/SampleExec_A1B2.plist", 13},
-    };
     EXPECT_EQ(entries(*info), expected);
 
     // One message per task, zero-sized ones (the dangling link) included,
