@@ -14,15 +14,6 @@
 
 namespace {
 
-bool startsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-bool endsWith(const std::string& text, const std::string& suffix) {
-    return text.size() >= suffix.size() &&
-           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
 // A name that is one entry of one folder: anything that could name a path of
 // its own ("a/b", "..") or be cut short by the system (a NUL) is refused.
 bool isSingleComponent(const std::string& name) {
@@ -47,7 +38,7 @@ bool isQualifiedIdentifier(const std::string& id) {
 // "<id>x.plist", which belongs to an identifier that merely starts the same.
 bool isLaunchAgentOf(const std::string& entry, const std::string& id) {
     const std::string suffix = ".plist";
-    if (!isQualifiedIdentifier(id) || !startsWith(entry, id) || !endsWith(entry, suffix)) {
+    if (!isQualifiedIdentifier(id) || !entry.starts_with(id) || !entry.ends_with(suffix)) {
         return false;
     }
     if (entry.size() == id.size() + suffix.size()) return true;
@@ -59,8 +50,8 @@ bool isLaunchAgentOf(const std::string& entry, const std::string& id) {
 // "<name>x.plist" is another program's.
 bool isCrashReportOf(const std::string& entry, const std::string& name) {
     const std::string suffix = ".plist";
-    if (name.size() < kMinPrefixLength || !isSingleComponent(name) || !startsWith(entry, name) ||
-        !endsWith(entry, suffix)) {
+    if (name.size() < kMinPrefixLength || !isSingleComponent(name) || !entry.starts_with(name) ||
+        !entry.ends_with(suffix)) {
         return false;
     }
     if (entry.size() == name.size() + suffix.size()) return true;
