@@ -1,7 +1,6 @@
-#include "environment/ApplicationDirectoryUtils.h"
-
 #include <gtest/gtest.h>
 
+#include "environment/ApplicationDirectoryUtils.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -9,66 +8,57 @@ namespace {
 using ApplicationDirectoryUtils::parentAppPathForPath;
 using ApplicationDirectoryUtils::parentBundlePathForPath;
 
-TEST(ApplicationDirectoryUtils, EnclosingApplicationSkipsThePathAndItsParent) {
+TEST(ApplicationDirectoryUtils, EnclosingApplicationAndWhatCountsAsOne) {
     testsupport::TempDir dir;
     dir.makeDir("Applications/X.app/Contents/MacOS");
     dir.makeDir("Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS");
     dir.makeDir("Tools/Pane.prefPane/Contents/Resources/en.lproj");
     dir.makeDir("Tools/Inner.app/Contents/PlugIns/Driver.KEXT/Contents/MacOS");
     dir.writeFile("Files/fake.app/inside/file");  // fake.app is a folder too, so an application
-
-    struct Case {
-        std::string path;
-        std::optional<std::string> app;
-        std::optional<std::string> bundle;
-    };
-    const std::string root = dir.path();
-    const std::vector<Case> cases = {
-        {root + "/Applications/X.app/Contents", std::nullopt, std::nullopt},
-        {root + "/Applications/X.app/Contents/MacOS", root + "/Applications/X.app",
-         root + "/Applications/X.app"},
-        {root + "/Applications/X.app", std::nullopt, std::nullopt},
+    const std::optional<std::string> none;
+    const struct {
+        std::optional<std::string> path, app, bundle;
+    } cases[] = {
+        // The path itself and its parent are never the answer.
+        {dir / "Applications/X.app/Contents", none, none},
+        {dir / "Applications/X.app", none, none},
+        {dir / "Applications/X.app/Contents/MacOS", dir / "Applications/X.app",
+         dir / "Applications/X.app"},
         // The outermost application wins.
-        {root + "/Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS",
-         root + "/Main.app", root + "/Main.app"},
-        {root + "/Tools/Pane.prefPane/Contents/Resources/en.lproj", std::nullopt,
-         root + "/Tools/Pane.prefPane"},
+        {dir / "Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS", dir / "Main.app",
+         dir / "Main.app"},
+        {dir / "Tools/Pane.prefPane/Contents/Resources/en.lproj", none,
+         dir / "Tools/Pane.prefPane"},
         // Whichever comes first along the path answers the bundle question.
-        {root + "/Tools/Inner.app/Contents/PlugIns/Driver.KEXT/Contents/MacOS", root + "/Tools/Inner.app",
-         root + "/Tools/Inner.app"},
-        {root + "/Files/fake.app/inside/file", root + "/Files/fake.app", root + "/Files/fake.app"},
-        {"/", std::nullopt, std::nullopt},
-        {"/a", std::nullopt, std::nullopt},
-        {"", std::nullopt, std::nullopt},
+        {dir / "Tools/Inner.app/Contents/PlugIns/Driver.KEXT/Contents/MacOS",
+         dir / "Tools/Inner.app", dir / "Tools/Inner.app"},
+        {dir / "Files/fake.app/inside/file", dir / "Files/fake.app", dir / "Files/fake.app"},
+        {"/", none, none},
+        {"/a", none, none},
+        {"", none, none},
+        {none, none, none},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(parentAppPathForPath(c.path), c.app) << c.path;
-        EXPECT_EQ(parentBundlePathForPath(c.path), c.bundle) << c.path;
+        EXPECT_EQ(parentAppPathForPath(c.path), c.app) << c.path.value_or("nil");
+        EXPECT_EQ(parentBundlePathForPath(c.path), c.bundle) << c.path.value_or("nil");
     }
-    EXPECT_EQ(parentAppPathForPath(std::nullopt), std::nullopt);
-    EXPECT_EQ(parentBundlePathForPath(std::nullopt), std::nullopt);
-}
 
-TEST(ApplicationDirectoryUtils, ApplicationTest) {
-    testsupport::TempDir dir;
-    dir.makeDir("A.app");
-    dir.makeDir("Plain");
     dir.writeFile("file.app");
-    dir.makeSymlink("Link.app", dir / "A.app");
-    struct Case {
-        std::optional<std::string> path;
-        bool expected;
+    const std::pair<std::optional<std::string>, bool> apps[] = {
+        {dir / "Applications/X.app", true},
+        {dir / "Applications", false},
+        {dir / "file.app", false},
+        {dir / "missing.app", false},
+        {none, false},
+        {"", false},
     };
-    const std::vector<Case> cases = {
-        {dir / "A.app", true},      {dir / "Plain", false},      {dir / "file.app", false},
-        {dir / "missing.app", false}, {std::nullopt, false},     {"", false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(ApplicationDirectoryUtils::isApplicationAtPath(c.path), c.expected)
-            << c.path.value_or("nil");
+    for (const auto& [path, expected] : apps) {
+        EXPECT_EQ(ApplicationDirectoryUtils::isApplicationAtPath(path), expected)
+            << path.value_or("nil");
     }
-    EXPECT_TRUE(ApplicationDirectoryUtils::isApplicationAtURL("file://" + dir / "A.app"));
-    EXPECT_FALSE(ApplicationDirectoryUtils::isApplicationAtURL(std::nullopt));
+    EXPECT_TRUE(
+        ApplicationDirectoryUtils::isApplicationAtURL("file://" + dir / "Applications/X.app"));
+    EXPECT_FALSE(ApplicationDirectoryUtils::isApplicationAtURL(none));
 }
 
 }  // namespace

@@ -7,28 +7,21 @@
 #include "platform/UserDefaults.h"
 #include "support/TempDir.h"
 
-using platform::PlistArray;
-using platform::PlistData;
-using platform::PlistDate;
-using platform::PlistDictionary;
-using platform::PlistValue;
-
 namespace {
 
-using platform::UserDefaults;
+using namespace platform;
 
 constexpr unsigned long long kMax = std::numeric_limits<unsigned long long>::max();
 
 TEST(DefaultsUtils, StoredObjectsConvertWithoutATypeCheck) {
     testsupport::TempDir dir;
     UserDefaults store(dir / "s.plist");
-    struct Case {
+    const struct {
         const char* name;
         PlistValue stored;
         unsigned long long asNumber;
         bool asBool;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {"integer", 12, 12, true},
         {"zero", 0, 0, false},
         {"negative integer wraps", -1, kMax, true},
@@ -55,7 +48,7 @@ TEST(DefaultsUtils, StoredObjectsConvertWithoutATypeCheck) {
         {"date", PlistDate{100}, 0, false},
         {"array", PlistArray{1}, 0, false},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         store.setObject("key", c.stored);
         EXPECT_EQ(DefaultsUtils::getUnsignedLongLongValueForKey(store, "key", 99), c.asNumber);
@@ -63,35 +56,24 @@ TEST(DefaultsUtils, StoredObjectsConvertWithoutATypeCheck) {
     }
 }
 
-TEST(DefaultsUtils, DefaultsOnlyWhenNothingIsStored) {
-    testsupport::TempDir dir;
-    UserDefaults store(dir / "s.plist");
-    const PlistArray defaultArray{"default"};
-    const PlistDictionary defaultDictionary{{"default", true}};
-
-    EXPECT_EQ(DefaultsUtils::getUnsignedLongLongValueForKey(store, "missing", 99), 99u);
-    EXPECT_TRUE(DefaultsUtils::getBoolValueForKey(store, "missing", true));
-    EXPECT_EQ(DefaultsUtils::getArrayValueForKey(store, "missing", defaultArray), defaultArray);
-    EXPECT_EQ(DefaultsUtils::getDictionaryValueForKey(store, "missing", defaultDictionary),
-              defaultDictionary);
-
-    // Something of another kind is stored: empty, not the default.
-    store.setObject("text", "x");
-    EXPECT_EQ(DefaultsUtils::getArrayValueForKey(store, "text", defaultArray), PlistArray{});
-    EXPECT_EQ(DefaultsUtils::getDictionaryValueForKey(store, "text", defaultDictionary),
-              PlistDictionary{});
-}
-
-TEST(DefaultsUtils, SavedValuesReachTheFileAtOnce) {
+TEST(DefaultsUtils, DefaultsOnlyWhenNothingIsStoredAndSavesReachTheFile) {
     testsupport::TempDir dir;
     UserDefaults store(dir / "s.plist");
     const PlistArray paths{"/a", "/b"};
     const PlistDictionary options{{"depth", 2}};
+    EXPECT_EQ(DefaultsUtils::getUnsignedLongLongValueForKey(store, "missing", 99), 99u);
+    EXPECT_TRUE(DefaultsUtils::getBoolValueForKey(store, "missing", true));
+    EXPECT_EQ(DefaultsUtils::getArrayValueForKey(store, "missing", paths), paths);
+    EXPECT_EQ(DefaultsUtils::getDictionaryValueForKey(store, "missing", options), options);
+    // Something of another kind is stored: empty, not the default.
+    store.setObject("text", "x");
+    EXPECT_EQ(DefaultsUtils::getArrayValueForKey(store, "text", paths), PlistArray{});
+    EXPECT_EQ(DefaultsUtils::getDictionaryValueForKey(store, "text", options), PlistDictionary{});
+
     DefaultsUtils::saveUnsignedLongLongValue(store, "size", kMax);
     DefaultsUtils::saveBoolValue(store, "flag", true);
     DefaultsUtils::saveArrayValue(store, "paths", paths);
     DefaultsUtils::saveDictionaryValue(store, "options", options);
-
     UserDefaults reader(dir / "s.plist");
     EXPECT_EQ(DefaultsUtils::getUnsignedLongLongValueForKey(reader, "size", 0), kMax);
     EXPECT_TRUE(DefaultsUtils::getBoolValueForKey(reader, "flag", false));
