@@ -37,7 +37,7 @@ std::vector<DataRow> readDataTable(const std::string& name) {
     if (!file) ADD_FAILURE() << "no test data " << name;
     std::vector<DataRow> rows;
     for (std::string line; std::getline(file, line);) {
-        if (line.empty() || line[0] == '#') continue;
+        if (line.empty() || line == "#" || line.rfind("# ", 0) == 0) continue;
         DataRow row;
         for (std::size_t start = 0; start != std::string::npos;) {
             const std::size_t tab = line.find('\t', start);

@@ -6,7 +6,7 @@
 namespace testsupport {
 
 // A table of cases kept in tests/data/<name>: one row a line, fields split by
-// tabs (a run of tabs is one split), lines starting with '#' are comments.
+// tabs (a run of tabs is one split), lines starting with "# " are comments.
 // Fields understand \t, \n, \\, \xHH, and \e for an empty field, so hostile
 // bytes can be written plainly. A missing file fails the test.
 using DataRow = std::vector<std::string>;

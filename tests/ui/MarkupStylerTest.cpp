@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "platform/Utf8.h"
+#include "support/DataTable.h"
 #include "ui/MarkupStyler.h"
 
 namespace {
@@ -45,43 +47,20 @@ std::vector<std::string> describe(const AttributedString& s,
 }
 
 TEST(MarkupStylerTest, ParsesTagsEntitiesAndLeavesBadMarkupAsText) {
-    const struct {
-        const char* markup;
-        const char* text;
+    for (const auto& row : testsupport::readDataTable("MarkupStyler/parse.tsv")) {
+        SCOPED_TRACE(testsupport::describeRow(row));
         std::vector<Tag> tags;
-        std::size_t literalTags;
-    } rows[] = {
-        {"<b>Photon</b> left", "Photon left", {{"b", 0, 6}}, 0},
-        {"&lt;b&gt; &amp;&quot;&apos;", "<b> &\"'", {}, 0},
-        {"&#65;&#x1F600;&#X41;",
-         "A\xF0\x9F\x98\x80"
-         "A",
-         {},
-         0},
-        {"&nbsp; &amp &#0; &#xD800; &#1114112; &#x; &",
-         "&nbsp; &amp &#0; &#xD800; &#1114112; &#x; &",
-         {},
-         0},
-        {"<b>x<i>y</i></b>", "xy", {{"b", 0, 2}, {"i", 1, 1}}, 0},
-        {"<b>x<i>y</b>z</i>", "xyz", {{"b", 0, 2}, {"i", 1, 2}}, 0},  // crossed
-        {"<b>a<b>b</b>c</b>", "abc", {{"b", 0, 3}, {"b", 1, 1}}, 0},
-        {"<b></b>x", "x", {{"b", 0, 0}}, 0},
-        {"<b>never closed", "<b>never closed", {}, 1},
-        {"<i>a<b>b</i>", "a<b>b", {{"i", 0, 5}}, 1},
-        {"nothing open</b>", "nothing open</b>", {}, 1},
-        {"a < b > c <> </> <b c> <1> <br/> <", "a < b > c <> </> <b c> <1> <br/> <", {}, 0},
-        {"<B>case</b>", "<B>case</b>", {}, 2},
-        {"a\xFF<b>\xC3</b>",
-         "a\xEF\xBF\xBD"
-         "\xEF\xBF\xBD",
-         {{"b", 4, 3}},
-         0},  // bad UTF-8
-    };
-    for (const auto& row : rows) {
-        const auto parsed = MarkupStyler::parse(row.markup);
-        EXPECT_EQ(parsed.text, row.text) << row.markup;
-        EXPECT_EQ(parsed.tags, row.tags) << row.markup;
-        EXPECT_EQ(parsed.literalTags, row.literalTags) << row.markup;
+        std::istringstream written(row.at(2));
+        for (std::string tag; written >> tag;) {
+            const auto colon = tag.find(':');
+            const auto second = tag.find(':', colon + 1);
+            tags.push_back({tag.substr(0, colon), std::stoul(tag.substr(colon + 1, second)),
+                            std::stoul(tag.substr(second + 1))});
+        }
+        const auto parsed = MarkupStyler::parse(row.at(0));
+        EXPECT_EQ(parsed.text, row.at(1));
+        EXPECT_EQ(parsed.tags, tags);
+        EXPECT_EQ(parsed.literalTags, std::stoul(row.at(3)));
     }
 }
 
