@@ -80,20 +80,10 @@ TEST(MarkupStylerTest, StylesTagsOverTheDefaultAndInnerTagsWin) {
     red.foregroundColor = kItalicColor;
     const std::vector<TextAttributes> sets{body, bold, boldRed, red};
 
-    const struct {
-        const char* markup;
-        std::vector<std::string> runs;
-    } rows[] = {
-        {"<b>Photon</b> left <b>1 MB</b>", {"Photon:1", " left :0", "1 MB:1"}},
-        {"<u>no style</u> here", {"no style here:0"}},
-        {"<b>a<i>b</i>c</b>", {"a:1", "b:2", "c:1"}},
-        {"<i>a<b>b</b>c</i>", {"a:3", "b:1", "c:3"}},  // b opened later: its colour wins
-        {"<b>x<i>y</b>z</i>", {"x:1", "y:2", "z:3"}},
-        {"<b>\xF0\x9F\x98\x80</b>\xC3\xA9", {"\xF0\x9F\x98\x80:1", "\xC3\xA9:0"}},
-        {"", {}},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(describe(styler.convertString(row.markup), sets), row.runs) << row.markup;
+    for (const auto& row : testsupport::readDataTable("MarkupStyler/runs.tsv")) {
+        EXPECT_EQ(describe(styler.convertString(row.at(0)), sets),
+                  std::vector<std::string>(row.begin() + 1, row.end()))
+            << testsupport::describeRow(row);
     }
     const AttributedString emoji = styler.convertString("<b>\xF0\x9F\x98\x80</b>x");
     EXPECT_EQ(emoji.length(), 3u);  // UTF-16 code units
@@ -112,25 +102,6 @@ TEST(MarkupStylerTest, PreparedTextComesBackUnchanged) {
         EXPECT_EQ(converted.string(), text);
         EXPECT_LE(converted.runs().size(), 1u) << text;
     }
-}
-
-TEST(MarkupStylerTest, DefaultTagAddressesTheDefaultStyle) {
-    MarkupStyler::setDefaultTag("body");
-    MarkupStyler styler;
-    styler.setForegroundColor(kBodyColor, "body");
-    styler.setForegroundColor(kBoldColor, "");
-    MarkupStyler::setDefaultTag("");
-    EXPECT_EQ(styler.defaultStyle().attributes.foregroundColor, kBodyColor);
-    ASSERT_EQ(styler.styles().count(""), 1u);
-    EXPECT_EQ(styler.styles().at("").attributes.foregroundColor, kBoldColor);
-    styler.setLink("https://example.com", "a");
-    styler.setCursor(Cursor::PointingHand, "a");
-    styler.setLink("https://example.org", "a");  // a later value replaces the earlier one
-    const AttributedString converted = styler.convertString("<a>x</a>");
-    const TextAttributes& link = converted.runs().at(0).attributes;
-    EXPECT_EQ(link.link, "https://example.org");
-    EXPECT_EQ(link.cursor, Cursor::PointingHand);
-    EXPECT_EQ(link.foregroundColor, kBodyColor);
 }
 
 TEST(MarkupStylerTest, HostileMarkupKeepsItsTextAndRunsTileIt) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "support/DataTable.h"
 #include "support/TempDir.h"
 #include "ui/MarkupStyler.h"
 #include "ui/RichNotificationWCLocalizable.h"
@@ -82,32 +83,11 @@ TEST(RichNotificationWCLocalizableTest, EveryLanguageWritesValidMarkupForEveryCo
 }
 
 TEST(RichNotificationWCLocalizableTest, PluralFormsAgreeWithTheCount) {
-    const struct {
-        const char* locale;
-        std::int64_t others;
-        const char* expected;
-    } rows[] = {
-        {"en", 1, "and 1 other application left"},
-        {"en", 21, "and 21 other applications left"},
-        {"de", 1, "und 1 weiteres Programm haben"},
-        {"de", 1000, "und 1.000 weitere Programme"},
-        {"fr", 1, "et 1 autre application ont"},
-        {"fr", 2, "et 2 autres applications ont"},
-        {"ru", 1, "и ещё 1 приложения остались"},
-        {"ru", 2, "и ещё 2 приложений остались"},
-        {"ru", 5, "и ещё 5 приложений"},
-        {"ru", 21, "и ещё 21 приложения"},
-        {"uk", 2, "та ще 2 програм "},
-        {"uk", 101, "та ще 101 програми "},
-        {"pl", 1, "i 1 innej aplikacji"},
-        {"pl", 2, "i 2 innych aplikacji"},
-        {"pl", 21, "i 21 innych aplikacji"},
-        {"ja", 5, "とその他5個のアプリ"},
-    };
-    for (const auto& row : rows) {
-        const std::string text = Texts::descriptionWithAppName("Photon", "1 MB", row.others, false,
-                                                               tableFor(row.locale));
-        EXPECT_NE(text.find(row.expected), std::string::npos) << row.locale << ": " << text;
+    for (const auto& row :
+         testsupport::readDataTable("RichNotificationWCLocalizable/plurals.tsv")) {
+        const std::string text = Texts::descriptionWithAppName(
+            "Photon", "1 MB", std::stoll(row.at(1)), false, tableFor(row.at(0)));
+        EXPECT_NE(text.find(row.at(2)), std::string::npos) << row.at(0) << ": " << text;
     }
     const LocalizedStrings english = tableFor("en");
     EXPECT_EQ(Texts::descriptionWithAppName("Photon", "1 MB", 0, true, english),
