@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "environment/ApplicationDirectoryUtils.h"
+#include "support/DataTable.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -16,32 +17,16 @@ TEST(ApplicationDirectoryUtils, EnclosingApplicationAndWhatCountsAsOne) {
     dir.makeDir("Tools/Inner.app/Contents/PlugIns/Driver.KEXT/Contents/MacOS");
     dir.writeFile("Files/fake.app/inside/file");  // fake.app is a folder too, so an application
     const std::optional<std::string> none;
-    const struct {
-        std::optional<std::string> path, app, bundle;
-    } cases[] = {
-        // The path itself and its parent are never the answer.
-        {dir / "Applications/X.app/Contents", none, none},
-        {dir / "Applications/X.app", none, none},
-        {dir / "Applications/X.app/Contents/MacOS", dir / "Applications/X.app",
-         dir / "Applications/X.app"},
-        // The outermost application wins.
-        {dir / "Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS", dir / "Main.app",
-         dir / "Main.app"},
-        {dir / "Tools/Pane.prefPane/Contents/Resources/en.lproj", none,
-         dir / "Tools/Pane.prefPane"},
-        // Whichever comes first along the path answers the bundle question.
-        {dir / "Tools/Inner.app/Contents/PlugIns/Driver.KEXT/Contents/MacOS",
-         dir / "Tools/Inner.app", dir / "Tools/Inner.app"},
-        {dir / "Files/fake.app/inside/file", dir / "Files/fake.app", dir / "Files/fake.app"},
-        {"/", none, none},
-        {"/a", none, none},
-        {"", none, none},
-        {none, none, none},
+    const auto at = [&](const std::string& field) -> std::optional<std::string> {
+        if (field == "-") return none;
+        return field.empty() || field[0] == '/' ? field : dir / field;
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(parentAppPathForPath(c.path), c.app) << c.path.value_or("nil");
-        EXPECT_EQ(parentBundlePathForPath(c.path), c.bundle) << c.path.value_or("nil");
+    for (const auto& row : testsupport::readDataTable("ApplicationDirectoryUtils/enclosing.tsv")) {
+        EXPECT_EQ(parentAppPathForPath(at(row.at(0))), at(row.at(1))) << row.at(0);
+        EXPECT_EQ(parentBundlePathForPath(at(row.at(0))), at(row.at(2))) << row.at(0);
     }
+    EXPECT_EQ(parentAppPathForPath(none), none);
+    EXPECT_EQ(parentBundlePathForPath(none), none);
 
     dir.writeFile("file.app");
     const std::pair<std::optional<std::string>, bool> apps[] = {
