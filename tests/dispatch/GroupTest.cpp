@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <vector>
 
 #include "dispatch/Group.h"
 #include "dispatch/ManualMainQueue.h"
-#include "dispatch/SerialQueue.h"
 
 using namespace std::chrono_literals;
 using dispatch::Group;
@@ -48,27 +46,6 @@ TEST(Group, WaitTimesOutWhileWorkIsOutstanding) {
     EXPECT_FALSE(group.wait(20ms));
     group.leave();
     EXPECT_TRUE(group.wait(0ms));
-}
-
-TEST(Group, TracksWorkAcrossSerialQueuesAndNotifiesEveryListener) {
-    ManualMainQueue main;
-    std::atomic<int> done{0};
-    Group group;
-    std::vector<std::unique_ptr<dispatch::SerialQueue>> workers;
-    for (int w = 0; w < 4; ++w) workers.push_back(std::make_unique<dispatch::SerialQueue>("w"));
-    for (int i = 0; i < 400; ++i) {
-        group.enter();
-        workers[i % 4]->async([&done, group]() mutable {
-            ++done;
-            group.leave();
-        });
-    }
-    std::vector<int> seen;
-    group.notify(main, [&] { seen.push_back(done.load()); });
-    group.notify(main, [&] { seen.push_back(done.load()); });
-    EXPECT_TRUE(group.wait(10s));
-    main.runUntilIdle();
-    EXPECT_EQ(seen, (std::vector<int>{400, 400}));
 }
 
 }  // namespace

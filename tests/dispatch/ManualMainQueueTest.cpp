@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "dispatch/ManualMainQueue.h"
@@ -100,39 +98,6 @@ TEST(ManualMainQueue, CancelledTimersNeverRun) {
     EXPECT_EQ(ran, (std::vector<std::string>{"canceller", "third"}));
     EXPECT_FALSE(queue.nextDue().has_value());
     EXPECT_FALSE(dispatch::TimerHandle{}.isValid());
-}
-
-TEST(ManualMainQueue, AcceptsBlocksFromOtherThreads) {
-    ManualMainQueue queue;
-    constexpr int kThreads = 4;
-    constexpr int kPerThread = 500;
-    std::atomic<int> count{0};
-    std::vector<int> order;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            EXPECT_FALSE(queue.isCurrent());
-            for (int i = 0; i < kPerThread; ++i) {
-                if (i % 2 == 0) {
-                    queue.async([&, t, i] {
-                        ++count;
-                        if (t == 0) order.push_back(i);
-                    });
-                } else {
-                    queue.after(std::chrono::milliseconds(i), [&] { ++count; });
-                }
-            }
-        });
-    }
-    // Drive the queue while the producers are still posting.
-    while (count.load() < kThreads * kPerThread / 2) queue.runUntilIdle();
-    for (auto& thread : threads) thread.join();
-    queue.advance(1s);
-    EXPECT_EQ(count.load(), kThreads * kPerThread);
-    EXPECT_TRUE(queue.isCurrent());
-    // One producer's plain blocks keep their order.
-    ASSERT_EQ(order.size(), static_cast<std::size_t>(kPerThread / 2));
-    EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 }
 
 TEST(MainQueue, ScopedInstallReplacesAndRestoresTheProcessWideQueue) {

@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "dispatch/Group.h"
 #include "dispatch/SerialQueue.h"
 
 using namespace std::chrono_literals;
@@ -12,28 +13,33 @@ using dispatch::SerialQueue;
 
 namespace {
 
+// Producers on several threads; the group is entered on theirs and left on the queue's.
 TEST(SerialQueue, RunsBlocksOneAtATimeInOrderAndLosesNothing) {
     constexpr int kProducers = 4;
     constexpr int kEach = 500;
     std::vector<std::vector<int>> order(kProducers);  // touched only on the queue
     std::atomic<int> running{0};
     std::atomic<int> overlap{0};
+    dispatch::Group group;
     {
         SerialQueue queue("test.serial");
         std::vector<std::thread> producers;
         for (int t = 0; t < kProducers; ++t) {
             producers.emplace_back([&, t] {
                 for (int i = 0; i < kEach; ++i) {
+                    group.enter();
                     queue.async([&, t, i] {
                         if (running.fetch_add(1) != 0) ++overlap;
                         order[t].push_back(i);
                         running.fetch_sub(1);
+                        group.leave();
                     });
                 }
             });
         }
         for (auto& producer : producers) producer.join();
     }  // the destructor drains before joining
+    EXPECT_TRUE(group.wait(0ms));
     for (const auto& one : order) {
         ASSERT_EQ(one.size(), static_cast<std::size_t>(kEach));
         EXPECT_TRUE(std::is_sorted(one.begin(), one.end()));
