@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -98,53 +99,35 @@ TEST(RichNotificationWCLocalizableTest, PluralFormsAgreeWithTheCount) {
 }
 
 TEST(RichNotificationWCLocalizableTest, LanguagesComeFromTheEnvironmentInOrder) {
-    using Env = std::map<std::string, std::string>;
-    const struct {
-        Env env;
-        std::vector<std::string> expected;
-    } rows[] = {
-        {{}, {"en"}},
-        {{{"LANG", "ru_RU.UTF-8"}}, {"ru_RU.UTF-8"}},
-        {{{"LANG", "ru_RU.UTF-8"}, {"LC_MESSAGES", "de_DE"}}, {"de_DE"}},
-        {{{"LC_ALL", "fr_FR"}, {"LC_MESSAGES", "de_DE"}, {"LANG", "ru_RU"}}, {"fr_FR"}},
-        {{{"LANGUAGE", "uk::pl"}, {"LANG", "ru_RU"}}, {"uk", "pl", "ru_RU"}},
-        {{{"LANGUAGE", "de"}, {"LC_ALL", "C.UTF-8"}}, {"en"}},  // the C locale is not translated
-        {{{"LANGUAGE", "de"}, {"LANG", ""}}, {"en"}},
+    const auto words = [](const std::string& text) {
+        std::vector<std::string> out;
+        std::istringstream in(text);
+        for (std::string word; in >> word;) out.push_back(word);
+        return out;
     };
-    for (const auto& row : rows) {
-        const auto languages = LocalizedStrings::preferredLanguages(
-            [&row](const char* name) -> std::optional<std::string> {
-                const auto found = row.env.find(name);
-                if (found == row.env.end()) return std::nullopt;
-                return found->second;
-            });
-        EXPECT_EQ(languages, row.expected);
-    }
-
-    using List = std::vector<std::string>;
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("zh_CN.UTF-8"),
-              (List{"zh-Hans", "zh-CN", "zh_CN", "zh"}));
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("zh_TW"),
-              (List{"zh-Hant", "zh-TW", "zh_TW"}));
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("pt_PT@euro"),
-              (List{"pt-PT", "pt_PT", "pt", "pt-BR"}));
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("POSIX"), List{"en"});
-
-    const struct {
-        std::vector<std::string> languages;
-        const char* localization;
-    } choices[] = {
-        {{"sv_SE.UTF-8", "pt_PT.UTF-8"}, "pt-BR"},
-        {{"pt-BR"}, "pt-BR"},
-        {{"zh"}, "zh-Hans"},
-        {{"zh_HK.UTF-8"}, "en"},
-        {{"sv_SE"}, "en"},
-        {{"de_AT", "fr"}, "de"},
-    };
-    for (const auto& choice : choices) {
-        EXPECT_EQ(LocalizedStrings(SWEEPWELL_RESOURCES, Texts::kTableName, choice.languages)
-                      .localization(),
-                  choice.localization);
+    for (const auto& row :
+         testsupport::readDataTable("RichNotificationWCLocalizable/languages.tsv")) {
+        SCOPED_TRACE(testsupport::describeRow(row));
+        const std::string& what = row.at(0);
+        if (what == "env") {
+            std::map<std::string, std::string> env;
+            for (const auto& setting : words(row.at(1))) {
+                env[setting.substr(0, setting.find('='))] = setting.substr(setting.find('=') + 1);
+            }
+            EXPECT_EQ(LocalizedStrings::preferredLanguages(
+                          [&env](const char* name) -> std::optional<std::string> {
+                              const auto found = env.find(name);
+                              if (found == env.end()) return std::nullopt;
+                              return found->second;
+                          }),
+                      words(row.at(2)));
+        } else if (what == "candidates") {
+            EXPECT_EQ(LocalizedStrings::localizationCandidates(row.at(1)), words(row.at(2)));
+        } else {
+            EXPECT_EQ(LocalizedStrings(SWEEPWELL_RESOURCES, Texts::kTableName, words(row.at(1)))
+                          .localization(),
+                      row.at(2));
+        }
     }
 }
 
