@@ -59,17 +59,13 @@ TEST(CustomButtonStyleTest, EveryKindDrawsOnlyImagesThatExist) {
     EXPECT_FALSE(ImagesFactory::GetInstance().hasImageNamed("../resources/btn_blue"));
 }
 
-TEST(CustomButtonTest, IntrinsicSizeFollowsTitleAndStyleAndIsKeptUntilTheyChange) {
+TEST(CustomButtonTest, IntrinsicSizeFollowsTheTitleAndNarrowTitlesAreCut) {
     CustomFirstButtonInHelperMessage button;
     const CustomButtonStyle& style = button.buttonStyle();
     button.setTitle("OK");
-    EXPECT_FALSE(button.intrinsicContentSizeCached());
     // A short title gets the minimum width; the height is the image's.
     EXPECT_EQ(button.intrinsicContentSize(), QSize(static_cast<int>(style.minContentWidth), 30));
-    EXPECT_TRUE(button.intrinsicContentSizeCached());
-
-    button.setTitle("Complete Uninstall of Everything");
-    EXPECT_FALSE(button.intrinsicContentSizeCached());
+    button.setTitle("Complete Uninstall of Everything");  // a new title is measured anew
     const QFontMetricsF metrics(FontsFactory::GetInstance().fontForDescription(style.font));
     const qreal text = metrics.horizontalAdvance("Complete Uninstall of Everything");
     EXPECT_NEAR(button.intrinsicContentSize().width(), text + style.horizontalСontentSizeIncrease,
@@ -173,26 +169,24 @@ TEST(SlicingCellTest, CornersKeepTheirShapeAtAnySizeAndDensity) {
 }
 
 TEST(AttributedStringAdapterTest, ParagraphsRunsAndAlignmentsCarryOver) {
-    ParagraphStyle centred;
-    centred.alignment = TextAlignment::Center;
-    ParagraphStyle right;
-    right.alignment = TextAlignment::Right;
-    right.headIndent = 4;
-    right.tailIndent = -6;
     TextAttributes first;
-    first.paragraphStyle = centred;
+    first.paragraphStyle = ParagraphStyle{};
+    first.paragraphStyle->alignment = TextAlignment::Center;
     TextAttributes link = first;
     link.foregroundColor = Color(0, 0, 1);
     link.link = "https://example.com";
     TextAttributes second;
-    second.paragraphStyle = right;
+    second.paragraphStyle = ParagraphStyle{};
+    second.paragraphStyle->alignment = TextAlignment::Right;
+    second.paragraphStyle->headIndent = 4;
+    second.paragraphStyle->tailIndent = -6;
     AttributedString string("Über ", first);
     string.append("𝄞link", link);
     string.append("\nnext", second);
 
     QTextDocument document;
     AttributedStringAdapter::fillDocument(document, string);
-    EXPECT_EQ(document.blockCount(), 2);
+    ASSERT_EQ(document.blockCount(), 2);
     const QTextBlock one = document.begin();
     const QTextBlock two = one.next();
     EXPECT_EQ(one.text(), QString::fromUtf8("Über 𝄞link"));
@@ -201,8 +195,7 @@ TEST(AttributedStringAdapterTest, ParagraphsRunsAndAlignmentsCarryOver) {
     EXPECT_EQ(two.blockFormat().alignment(), Qt::AlignRight | Qt::AlignAbsolute);
     EXPECT_EQ(two.blockFormat().leftMargin(), 4);
     EXPECT_EQ(two.blockFormat().rightMargin(), 6);
-
-    // The link run starts after "Über " (5 UTF-16 units), as in the string.
+    // The link run starts after "Über " (5 UTF-16 units) and spans the clef's two.
     const auto ranges = AttributedStringAdapter::formatRanges(string);
     ASSERT_EQ(ranges.size(), 3);
     EXPECT_EQ(ranges[1].start, 5);
