@@ -14,30 +14,15 @@ TEST(MacOSVersion, NumericComparisonTreatsDigitRunsAsNumbers) {
 }
 
 TEST(MacOSVersion, AnswersVersionQuestionsAgainstTheSystemVersion) {
-    const struct {
-        std::optional<std::string> system;
-        std::optional<std::string> asked;
-        bool orLower;
-        bool orHigher;
-        bool expected;
-    } cases[] = {
-        {"10.14.6", "10.14", false, true, true},
-        {"10.14.6", "10.14", true, false, false},
-        {"10.14.6", "10.9", false, false, false},
-        {"10.14.6", "10.14.6", false, false, true},
-        {"10.14.6", "10.14.6", true, false, true},
-        {"10.14.6", "10.15", true, false, true},
-        {"10.14.6", "11", true, true, true},  // both flags: always
-        {"10.9", "10.10", false, true, false},
-        {std::nullopt, "10.15", false, false, true},   // unknown system satisfies everything
-        {"10.14.6", std::nullopt, true, false, true},  // nil version too
+    const auto version = [](const std::string& field) {
+        return field == "-" ? std::nullopt : std::optional<std::string>(field);
     };
-    for (const auto& c : cases) {
+    for (const auto& row : testsupport::readDataTable("MacOSVersion/has-version.tsv")) {
         EXPECT_EQ(
-            MacOSVersion::withVersion(c.system).isMacOSHasVersion(c.asked, c.orLower, c.orHigher),
-            c.expected)
-            << c.system.value_or("unknown") << " asked " << c.asked.value_or("nil") << " "
-            << c.orLower << c.orHigher;
+            MacOSVersion::withVersion(version(row.at(0)))
+                .isMacOSHasVersion(version(row.at(1)), row.at(2) == "yes", row.at(3) == "yes"),
+            row.at(4) == "yes")
+            << testsupport::describeRow(row);
     }
 }
 

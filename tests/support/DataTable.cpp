@@ -32,8 +32,12 @@ std::string unescape(const std::string& field) {
 
 }  // namespace
 
+std::string dataPath(const std::string& name) {
+    return std::string(SWEEPWELL_TEST_DATA) + "/" + name;
+}
+
 std::vector<DataRow> readDataTable(const std::string& name) {
-    std::ifstream file(std::string(SWEEPWELL_TEST_DATA) + "/" + name);
+    std::ifstream file(dataPath(name));
     if (!file) ADD_FAILURE() << "no test data " << name;
     std::vector<DataRow> rows;
     for (std::string line; std::getline(file, line);) {

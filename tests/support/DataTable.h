@@ -12,6 +12,9 @@ namespace testsupport {
 using DataRow = std::vector<std::string>;
 std::vector<DataRow> readDataTable(const std::string& name);
 
+// The path of a file kept under tests/data, for tests that read it whole.
+std::string dataPath(const std::string& name);
+
 // A row as one readable line, for SCOPED_TRACE.
 std::string describeRow(const DataRow& row);
 

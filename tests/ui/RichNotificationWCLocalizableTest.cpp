@@ -7,13 +7,11 @@
 #include <vector>
 
 #include "support/DataTable.h"
-#include "support/TempDir.h"
 #include "ui/MarkupStyler.h"
 #include "ui/RichNotificationWCLocalizable.h"
 
 namespace {
 
-using testsupport::TempDir;
 using Texts = RichNotificationWCLocalizable;
 
 LocalizedStrings tableFor(const std::string& language) {
@@ -132,18 +130,9 @@ TEST(RichNotificationWCLocalizableTest, LanguagesComeFromTheEnvironmentInOrder) 
 }
 
 TEST(RichNotificationWCLocalizableTest, KeysFallBackToEnglishThenToTheDefault) {
-    TempDir resources;
-    resources.writeFile("de.lproj/T.strings",
-                        "\"Close\" = \"Schließen\";\n\"Title\" = \"plain %@\";");
-    resources.writeFile("de.lproj/T.stringsdict",
-                        "<plist version=\"1.0\"><dict><key>Title</key><dict>"
-                        "<key>NSStringLocalizedFormatKey</key><string>Titel: %@</string>"
-                        "</dict></dict></plist>");
-    resources.writeFile("en.lproj/T.strings",
-                        "\"Only\" = \"English only\"; \"Close\" = \"Close\";");
-    resources.writeFile("fr.lproj/T.strings", "\"broken\" = ");
-
-    const LocalizedStrings german(resources.path(), "T", {"fr_FR", "de_DE.UTF-8"});
+    // German and English tables with a key each of their own, and a broken French one.
+    const LocalizedStrings german(testsupport::dataPath("LocalizedStrings"), "T",
+                                  {"fr_FR", "de_DE.UTF-8"});
     EXPECT_EQ(german.localization(), "de");  // the broken French table does not count
     EXPECT_EQ(german.localizedStringForKey("Close", "x"), "Schließen");
     EXPECT_EQ(german.localizedStringForKey("Only", "x"), "English only");

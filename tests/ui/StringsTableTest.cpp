@@ -41,26 +41,9 @@ TEST(StringsTableTest, ReadsStringsFilesAndRefusesBrokenOnes) {
 }
 
 TEST(StringsTableTest, ReadsPluralRulesOfStringsDict) {
-    const char* xml = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict>
-  <key>Files</key><dict>
-    <key>NSStringLocalizedFormatKey</key><string>%#@files@ in %@</string>
-    <key>files</key><dict>
-      <key>NSStringFormatSpecTypeKey</key><string>NSStringPluralRuleType</string>
-      <key>NSStringFormatValueTypeKey</key><string>ld</string>
-      <key>one</key><string>%ld file</string>
-      <key>other</key><string>%ld files</string>
-      <key>lots</key><string>not a category</string>
-      <key>many</key><integer>3</integer>
-    </dict>
-    <key>width</key><dict>
-      <key>NSStringFormatSpecTypeKey</key><string>NSStringVariableWidthRuleType</string>
-    </dict>
-  </dict>
-  <key>NoFormat</key><dict><key>x</key><string>y</string></dict>
-  <key>Plain</key><string>not a dictionary</string>
-</dict></plist>)";
-    const auto dict = StringsTable::parseStringsDict(xml);
+    // Only complete plural variables of entries with a format are kept.
+    const auto dict =
+        StringsTable::readStringsDictFile(testsupport::dataPath("StringsTable/plural.stringsdict"));
     ASSERT_TRUE(dict);
     ASSERT_EQ(dict->size(), 1u);
     const StringsTable::StringsDictEntry& entry = dict->at("Files");
