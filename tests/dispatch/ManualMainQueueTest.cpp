@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "dispatch/ManualMainQueue.h"
@@ -75,6 +76,11 @@ TEST(ManualMainQueue, RunUntilIdleRunsChainsButNeverMovesTheClock) {
     EXPECT_EQ(depth, 50);
     EXPECT_FALSE(timerRan);
     EXPECT_EQ(queue.now(), start);
+    // The thread that made it is its main thread; no other is.
+    EXPECT_TRUE(queue.isCurrent());
+    bool currentElsewhere = true;
+    std::thread([&] { currentElsewhere = queue.isCurrent(); }).join();
+    EXPECT_FALSE(currentElsewhere);
     ASSERT_TRUE(queue.nextDue().has_value());
     EXPECT_EQ(*queue.nextDue() - start, 1ns);
 }
