@@ -1,13 +1,15 @@
-# sweepwell_library(<name> DEPS <libs...>)
+# sweepwell_library(<name> [DEPS <libs...>] [PRIVATE_DEPS <libs...>])
 # One static library per source folder, named sw_<name>, with every .cpp of
 # the folder. The include root is src/, so code includes "dispatch/Group.h".
+# DEPS: what the folder's headers include; PRIVATE_DEPS: what only its .cpp
+# files do.
 function(sweepwell_library name)
-  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "DEPS;PRIVATE_DEPS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   if(sources)
     add_library(sw_${name} STATIC ${sources})
     target_include_directories(sw_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
-    target_link_libraries(sw_${name} PUBLIC ${ARG_DEPS})
+    target_link_libraries(sw_${name} PUBLIC ${ARG_DEPS} PRIVATE ${ARG_PRIVATE_DEPS})
   else()
     # A folder whose classes have not been written yet.
     add_library(sw_${name} INTERFACE)

@@ -4,26 +4,10 @@
 
 #include "dispatch/MainQueue.h"
 #include "dispatch/SerialQueue.h"
-#include "environment/PathsGenerator.h"
 #include "messages/FileMessage.h"
 #include "platform/Bundle.h"
 #include "platform/FileResources.h"
 #include "platform/PathUtils.h"
-#include "watching/UpdateRestarter.h"
-
-AppDelegate::Environment AppDelegate::standardEnvironment(
-    std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter) {
-    Environment environment;
-    environment.createNotificationPresenter = std::move(createNotificationPresenter);
-    environment.trashDirectory = PathsGenerator::GetInstance().buildTrashDirectory();
-    environment.ownBundlePath = []() -> std::optional<std::string> {
-        auto bundle = platform::Bundle::mainBundle();
-        if (!bundle) return std::nullopt;
-        return bundle->path();
-    };
-    environment.startUpdateRestarter = [] { UpdateRestarter::GetInstance(); };
-    return environment;
-}
 
 AppDelegate::AppDelegate(Environment environment)
     : m_environment(std::move(environment)),

@@ -32,8 +32,8 @@ public:
 class AppDelegate final : public AppsInTrashWatcherListener,
                           public std::enable_shared_from_this<AppDelegate> {
 public:
-    // Where the delegate looks at the world; the defaults are the user's
-    // Trash and the running Helper's own bundle.
+    // Where the delegate looks at the world; app/Composition builds the
+    // agent's.
     struct Environment {
         std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter;
         std::string trashDirectory;
@@ -44,8 +44,6 @@ public:
         // null.
         std::shared_ptr<dispatch::SerialQueue> commandFileQueue;
     };
-    static Environment standardEnvironment(
-        std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter);
 
     explicit AppDelegate(Environment environment);
 

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "dispatch/Queue.h"
 #include "environment/PathsGenerator.h"
 #include "messages/PathForRemove.h"
 #include "remains/SimpleSizeCalculation.h"
@@ -79,33 +78,10 @@ public:
     void onSimpleSizeCalculationTaskComplete(
         const std::shared_ptr<SimpleSizeCalculationTask>& task) override;
 
-    // Where other installed copies of an application are looked for.
-    struct InstalledCopyLocations {
-        std::string systemApplicationsFolder = "/Applications";
-        std::string volumesFolder = "/Volumes";
-        // The user's Applications folder and Trash.
-        PathsGenerator paths = PathsGenerator::GetInstance();
-        // The folders scanned for the registered copies of an identifier.
-        std::vector<std::string> launchServicesRoots;
-        // Whether the system lists every copy, or names only one.
-        bool listsEveryCopy = true;
-        // Where the folders are scanned, away from the main thread; null for
-        // a queue shared by every check.
-        std::shared_ptr<dispatch::Queue> scanQueue;
-
-        static InstalledCopyLocations standard();
-    };
-
     // Calls okBlock once, on the main thread, when no other copy of the
-    // application is installed: first the registered copies are checked
-    // (those under /Volumes and in the Trash do not count), then a metadata
-    // search of the two Applications folders. Nothing happens for nil. The
-    // folders are read on the scan queue, never on the calling thread.
+    // application is installed (see InstalledCopies); nothing for nil.
     static void calculateIsCanShowNotificationForBundleWithID(
         const std::optional<std::string>& bundleId, std::function<void()> okBlock);
-    static void calculateIsCanShowNotificationForBundleWithID(
-        const std::optional<std::string>& bundleId, std::function<void()> okBlock,
-        const InstalledCopyLocations& locations);
 
 private:
     using PathList = std::vector<std::shared_ptr<PathForRemove>>;
@@ -124,8 +100,6 @@ private:
                             EntryRule belongs, PathList& toArr, std::int32_t withType);
     void addSizeOfPath(const std::string& path);
     void updateSize(std::uint64_t size);
-    static void searchForInstalledCopies(const std::string& bundleId, std::function<void()> okBlock,
-                                         const InstalledCopyLocations& locations);
 
     std::weak_ptr<SimpleRemainsInfoListener> m_pListener;
     std::optional<std::string> m_sBundleID;

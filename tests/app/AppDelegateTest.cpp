@@ -29,7 +29,14 @@ protected:
         m_home.makeDir(".Trash");
         m_home.makeDir("Helper.app/Contents");
         AppDelegate::Environment environment;
-        environment.createNotificationPresenter = [this] { return m_presenter; };
+        environment.createNotificationPresenter = [this] {
+            m_arrSteps.push_back("presenter");
+            return m_presenter;
+        };
+        environment.startUpdateRestarter = [this] {
+            m_arrSteps.push_back(delegate->trashWatcher() ? "restarter after the watcher"
+                                                          : "restarter");
+        };
         environment.trashDirectory = m_home / ".Trash";
         environment.ownBundlePath = [this] { return m_ownBundle; };
         environment.commandFileQueue = m_commandFiles;
@@ -40,12 +47,9 @@ protected:
 
     // Arrival of an application bundle at a path relative to the home folder.
     std::vector<std::string> arrive(const std::string& relative) {
-        const std::string plist =
-            "<plist><dict><key>CFBundleIdentifier</key><string>com.example.x</string></dict></"
-            "plist>";
-        m_home.writeFile(relative + "/Contents/Info.plist", plist);
         m_presenter->shown.clear();
-        delegate->onAppMovedToTrash(platform::Bundle::bundleWithPath(m_home / relative));
+        delegate->onAppMovedToTrash(
+            std::make_shared<platform::Bundle>(m_home / relative, platform::PlistDictionary{}));
         return m_presenter->shown;
     }
 
@@ -79,6 +83,7 @@ protected:
     MessageEnvironment m_messages;
     std::shared_ptr<RecordingPresenter> m_presenter = std::make_shared<RecordingPresenter>();
     std::optional<std::string> m_ownBundle = m_home / "Helper.app";
+    std::vector<std::string> m_arrSteps;
     std::shared_ptr<AppDelegate> delegate;
 };
 
@@ -177,23 +182,8 @@ TEST_F(AppDelegateTest, CommandFilesAreReadOffTheMainThreadAndAppliedInArrivalOr
 // The window's controller comes first, then the update restarter, and only
 // then the Trash watcher: an update under way is noticed before any
 // application in the Trash is.
-TEST(AppDelegateLaunch, StartsTheUpdateRestarterBeforeWatchingTheTrash) {
-    dispatch::ScopedMainQueue scope(std::make_shared<dispatch::ManualMainQueue>());
-    TempDir home;
-    std::vector<std::string> steps;
-    std::shared_ptr<AppDelegate> delegate;
-    AppDelegate::Environment environment;
-    environment.trashDirectory = home.makeDir(".Trash");
-    environment.createNotificationPresenter = [&] {
-        steps.push_back("presenter");
-        return std::make_shared<RecordingPresenter>();
-    };
-    environment.startUpdateRestarter = [&] {
-        steps.push_back(delegate->trashWatcher() ? "restarter after the watcher" : "restarter");
-    };
-    delegate = std::make_shared<AppDelegate>(std::move(environment));
-    delegate->applicationDidFinishLaunching();
-    EXPECT_EQ(steps, (std::vector<std::string>{"presenter", "restarter"}));
+TEST_F(AppDelegateTest, StartsTheUpdateRestarterBeforeWatchingTheTrash) {
+    EXPECT_EQ(m_arrSteps, (std::vector<std::string>{"presenter", "restarter"}));
     EXPECT_TRUE(delegate->trashWatcher());
 }
 

@@ -1,18 +1,15 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <thread>
-
 #include "RemainsTestSupport.h"
 #include "platform/Bundle.h"
-#include "platform/MetadataQuery.h"
 #include "remains/SimpleRemainsInfo.h"
-#include "remains/SpotlightEasySearch.h"
 #include "support/Isolated.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 
 class TotalsListener : public SimpleRemainsInfoListener {
 public:
@@ -62,59 +59,54 @@ protected:
 };
 
 TEST_F(SimpleRemainsInfoTest, FindsEveryKindOfRemainsInOrderAndSizesThem) {
-    const std::string id = "com.example.Sample";
-    file("Caches/" + id + "/Cache.db", 50000);
-    file("Caches/" + id + "/fsCachedData/x", 7000);
-    file("Saved Application State/" + id + ".savedState/windows.plist");
-    file("Preferences/" + id + ".plist");
-    file("Preferences/SampleExec/settings");
-    file("Logs/SampleExec.log");
-    // A dangling link named like a candidate is listed: the link itself exists.
-    m_dir.makeSymlink("home/Library/Cookies/" + id + ".cookies", m_dir / "gone");
-    file("Containers/" + id + "/Data/big", 120000);
-    file("Application Support/Caches/com.apple.helpd/Generated/" + id + ".help/index");
-    file("Application Support/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile/" +
-         id + ".help");
-    file("Application Support/Growl/Tickets/SampleExec.growlTicket");
-    file("Application Support/SampleExec/data");
-    file("LaunchAgents/" + id + ".plist");
-    file("LaunchAgents/" + id + ".helper.plist");
-    file("LaunchAgents/" + id + ".helper.txt");
-    file("LaunchAgents/com.example.sample.plist");  // the prefix is case-sensitive
-    file("LaunchAgents/other." + id + ".plist");
-    file("Application Support/CrashReporter/SampleExec_A1B2.plist");
-    file("Application Support/CrashReporter/SampleExec.plist");
-    // Another program whose name merely starts the same.
-    file("Application Support/CrashReporter/SampleExecutor.plist");
-    file("Application Support/CrashReporter/sampleexec_C3.plist");
+    const std::string id = "com.example.Sample",
+                      helpd = "Application Support/Caches/com.apple.helpd/";
+    // Entries made under Library ("@": the identifier; a trailing "/": a
+    // folder with a file in it), each listed with its type in this order, or
+    // not at all (-1). The cookies are a dangling link, which is listed too.
+    const std::pair<std::string, std::int32_t> rows[] = {
+        {"Caches/@/", 8},
+        {"Caches/@/fsCachedData/", -1},
+        {"Saved Application State/@.savedState/", 8},
+        {"Preferences/@.plist", 10},
+        {"Preferences/SampleExec/", 10},
+        {"Logs/SampleExec.log", 11},
+        {"Cookies/@.cookies", 12},
+        {"Containers/@/", 9},
+        {helpd + "Generated/@.help/", 3},
+        {helpd + "SDMHelpData/Other/English/HelpSDMIndexFile/@.help", 3},
+        {"Application Support/Growl/Tickets/SampleExec.growlTicket", 3},
+        {"Application Support/SampleExec/", 3},
+        {"LaunchAgents/@.helper.plist", 3},
+        {"LaunchAgents/@.plist", 3},
+        {"Application Support/CrashReporter/SampleExec.plist", 13},
+        {"Application Support/CrashReporter/SampleExec_A1B2.plist", 13},
+        // Names that merely start the same, or differ in case.
+        {"LaunchAgents/@.helper.txt", -1},
+        {"LaunchAgents/com.example.sample.plist", -1},
+        {"LaunchAgents/other.@.plist", -1},
+        {"Application Support/CrashReporter/SampleExecutor.plist", -1},
+        {"Application Support/CrashReporter/sampleexec_C3.plist", -1},
+        {"Caches/com.example.sample", -1},
+    };
+    std::vector<Entry> expected{{m_sHome + "/.Trash/Sample.app", 0}};
+    for (auto [path, type] : rows) {
+        if (const auto at = path.find('@'); at != std::string::npos) path.replace(at, 1, id);
+        const bool folder = path.ends_with('/');
+        if (folder) path.pop_back();
+        if (type == SimpleRemainsInfo::kTypeCookies) {
+            m_dir.makeSymlink("home/Library/" + path, m_dir / "gone");
+        } else {
+            file(folder ? path + "/data" : path, 12000);
+        }
+        if (type >= 0) expected.push_back({lib(path), type});
+    }
     // Nothing outside the home's Library is looked at.
     m_dir.writeFile("Library/Caches/" + id);
-    file("Caches/com.example.sample");
 
     auto listener = std::make_shared<TotalsListener>();
     auto info = find(id, "SampleExec", listener);
     ASSERT_TRUE(info);
-    const std::string support = lib("Application Support/");
-    const std::vector<Entry> expected = {
-        {m_sHome + "/.Trash/Sample.app", 0},
-        {lib("Caches/" + id), 8},
-        {lib("Saved Application State/" + id + ".savedState"), 8},
-        {lib("Preferences/" + id + ".plist"), 10},
-        {lib("Preferences/SampleExec"), 10},
-        {lib("Logs/SampleExec.log"), 11},
-        {lib("Cookies/" + id + ".cookies"), 12},
-        {lib("Containers/" + id), 9},
-        {support + "Caches/com.apple.helpd/Generated/" + id + ".help", 3},
-        {support + "Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile/" + id +
-             ".help",
-         3},
-        {support + "Growl/Tickets/SampleExec.growlTicket", 3},
-        {support + "SampleExec", 3},
-        {lib("LaunchAgents/" + id + ".helper.plist"), 3},
-        {lib("LaunchAgents/" + id + ".plist"), 3},
-        {support + "CrashReporter/SampleExec.plist", 13},
-        {support + "CrashReporter/SampleExec_A1B2.plist", 13},
-    };
     EXPECT_EQ(entries(*info), expected);
 
     // One message per task, zero-sized ones (the dangling link) included,
@@ -208,30 +200,15 @@ TEST_F(SimpleRemainsInfoTest, HostileNamesFindOnlyWhatIsTheirs) {
 TEST_F(SimpleRemainsInfoTest, SafePathsAreOneEntryOfTheirFolder) {
     const std::string folder = m_dir.makeDir("home/Library/Caches");
     m_dir.makeDir("home/Library/Caches/a");
-    const struct {
-        std::optional<std::string> folder;
-        std::optional<std::string> name;
-        std::optional<std::string> path;
-    } cases[] = {
-        {folder, "com.example.app", folder + "/com.example.app"},
-        {folder, "..x", folder + "/..x"},
-        {folder, "a/../b", std::nullopt},
-        {folder, "a/b", std::nullopt},
-        {folder, "a/", std::nullopt},
-        {folder, "/a", std::nullopt},
-        {folder, std::string("a\0/../../x", 10), std::nullopt},
-        {folder, std::string("com.example.app\0x", 17), std::nullopt},
-        {folder, "../x", std::nullopt},
-        {folder, "..", std::nullopt},
-        {folder, "", std::nullopt},
-        {folder, ".", std::nullopt},
-        {std::nullopt, "x", std::nullopt},
-        {folder, std::nullopt, std::nullopt},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(SimpleRemainsInfo::createSafeToDeletePathInFolder(c.folder, c.name), c.path)
-            << c.name.value_or("nil");
+    EXPECT_EQ(SimpleRemainsInfo::createSafeToDeletePathInFolder(folder, "..x"), folder + "/..x");
+    for (const std::string& name :
+         std::vector<std::string>{"a/../b", "a/b", "a/", "/a", "../x", "..", "", ".",
+                                  "a\0/../../x"s, "com.example\0x"s}) {
+        EXPECT_EQ(SimpleRemainsInfo::createSafeToDeletePathInFolder(folder, name), std::nullopt)
+            << name;
     }
+    EXPECT_FALSE(SimpleRemainsInfo::createSafeToDeletePathInFolder(std::nullopt, "x"));
+    EXPECT_FALSE(SimpleRemainsInfo::createSafeToDeletePathInFolder(folder, std::nullopt));
 }
 
 TEST_F(SimpleRemainsInfoTest, AHomeOfTheRootFolderSearchesNothing) {
@@ -261,99 +238,6 @@ TEST_F(SimpleRemainsInfoTest, AHomeOfTheRootFolderSearchesNothing) {
     });
     if (!problem) GTEST_SKIP() << "no mount namespace for a child";
     EXPECT_EQ(*problem, "");
-}
-
-enum class Rule { Shows, BlockedByInstalledCopy, BlockedBySearch };
-
-// Keeps what is sent to it until the test runs it on a thread of its own.
-class HeldQueue : public dispatch::Queue {
-public:
-    void async(dispatch::Block block) override { blocks.push_back(std::move(block)); }
-    bool isCurrent() const override { return false; }
-    void runElsewhere() {
-        std::thread([&] {
-            for (auto& block : blocks) block();
-        }).join();
-        blocks.clear();
-    }
-    std::vector<dispatch::Block> blocks;
-};
-
-class NotificationRule : public SimpleRemainsInfoTest {
-protected:
-    // What the rule decides for an application whose other copies lie at the
-    // given places, and by which route.
-    Rule decide(const std::string& id, const std::vector<std::string>& copies,
-                bool withLaunchServices = true) {
-        testsupport::TempDir place;
-        for (const auto& copy : copies) remainstest::makeApp(place, copy, id);
-        SimpleRemainsInfo::InstalledCopyLocations locations;
-        locations.systemApplicationsFolder = place / "Applications";
-        locations.volumesFolder = place / "Volumes";
-        locations.paths = PathsGenerator("user", place / "home");
-        if (withLaunchServices) {
-            locations.launchServicesRoots = {place / "Applications", place / "home/Applications",
-                                             place / "Volumes", place / "home/.Trash"};
-        }
-        auto scan = std::make_shared<HeldQueue>();
-        locations.scanQueue = scan;
-        int calls = 0;
-        bool gathered = false;
-        const auto token = platform::MetadataQuery::defaultCenter().addObserverForName(
-            platform::MetadataQuery::kDidFinishGatheringNotification, nullptr,
-            [&](const platform::Notification&) { gathered = true; });
-        const std::size_t searches = SpotlightEasySearch::runningSearchCount();
-        SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(
-            id, [&] { ++calls; }, locations);
-        // Nothing is read on the caller's thread: the scan waits for its queue.
-        EXPECT_EQ(scan->blocks.size(), 1u);
-        EXPECT_EQ(SpotlightEasySearch::runningSearchCount(), searches);
-        scan->runElsewhere();
-        m_pQueue->runUntilIdle();
-        // A quick search may already have ended here.
-        const bool searching = gathered || SpotlightEasySearch::runningSearchCount() > searches;
-        // The search's own observer runs in the same post as ours.
-        if (searching) remainstest::pumpUntil(*m_pQueue, [&] { return gathered; });
-        platform::MetadataQuery::defaultCenter().removeObserver(token);
-        m_pQueue->advance(31s);
-        EXPECT_LE(calls, 1);
-        if (calls > 0) return Rule::Shows;
-        return searching ? Rule::BlockedBySearch : Rule::BlockedByInstalledCopy;
-    }
-};
-
-TEST_F(NotificationRule, OnlyCopiesInTheApplicationsFoldersBlockIt) {
-    const std::string id = "com.example.app";
-    const struct {
-        std::vector<std::string> copies;
-        bool withLaunchServices;
-        Rule rule;
-    } cases[] = {
-        {{}, true, Rule::Shows},
-        {{"Applications/App.app"}, true, Rule::BlockedByInstalledCopy},
-        {{"Applications/Tools/App.app"}, true, Rule::BlockedByInstalledCopy},
-        {{"home/Applications/App.app"}, true, Rule::BlockedByInstalledCopy},
-        {{"Volumes/Disk/App.app"}, true, Rule::Shows},
-        {{"home/.Trash/App.app"}, true, Rule::Shows},
-        {{"Volumes/Disk/App.app", "home/.Trash/Old.app"}, true, Rule::Shows},
-        // When the list of installed copies misses them, the search finds them.
-        {{"Applications/App.app"}, false, Rule::BlockedBySearch},
-        {{"home/Applications/Sub/App.app"}, false, Rule::BlockedBySearch},
-        {{"Volumes/Disk/App.app"}, false, Rule::Shows},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(decide(id, c.copies, c.withLaunchServices), c.rule)
-            << (c.copies.empty() ? "no copy" : c.copies.front()) << ", copies listed "
-            << c.withLaunchServices;
-    }
-    // An identifier that breaks the search's predicate finds nothing.
-    EXPECT_EQ(decide("it's", {}), Rule::Shows);
-
-    int calls = 0;
-    SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(std::nullopt,
-                                                                     [&] { ++calls; });
-    m_pQueue->advance(31s);
-    EXPECT_EQ(calls, 0);
 }
 
 }  // namespace

@@ -1,20 +1,9 @@
 #include "ui/qt/RichNotificationWC.h"
 
-#include <QGuiApplication>
 #include <QLabel>
 #include <QLayout>
 #include <QPropertyAnimation>
-#include <QScreen>
-#include <algorithm>
-#include <limits>
 
-#include "dispatch/MainQueue.h"
-#include "environment/Consts.h"
-#include "environment/StringUtils.h"
-#include "messages/NotificationsManager.h"
-#include "platform/Bundle.h"
-#include "platform/OpenURL.h"
-#include "platform/PathUtils.h"
 #include "ui/RichNotificationWCLocalizable.h"
 #include "ui/qt/AttributedStringAdapter.h"
 #include "ui/qt/CustomButton.h"
@@ -27,72 +16,22 @@
 
 namespace {
 
-// The remains finder's object as the window sees it.
-class SimpleRemainsInfoRemains final : public RichNotificationWC::RemainsInfo {
-public:
-    explicit SimpleRemainsInfoRemains(std::shared_ptr<SimpleRemainsInfo> info)
-        : m_pInfo(std::move(info)) {}
-    void addBundle(const std::shared_ptr<platform::Bundle>& bundle) override {
-        m_pInfo->addBundle(bundle);
-    }
-    std::uint64_t getTotalSize() const override { return m_pInfo->getTotalSize(); }
-    void addRemoveObjectPathsToArray(
-        std::vector<std::shared_ptr<PathForRemove>>& array) const override {
-        m_pInfo->addRemoveObjectPathsToArray(array);
-    }
-
-private:
-    std::shared_ptr<SimpleRemainsInfo> m_pInfo;
-};
-
 Color textColor() {
     return Color::properColorWithRed(0.29803923f, 0.30588236f, 0.32941177f, 1.0f);
 }
 
 }  // namespace
 
-std::shared_ptr<RichNotificationWC::RemainsInfo> RichNotificationWC::remainsInfoFor(
-    std::shared_ptr<SimpleRemainsInfo> info) {
-    if (!info) return nullptr;
-    return std::make_shared<SimpleRemainsInfoRemains>(std::move(info));
-}
-
-RichNotificationWC::Environment RichNotificationWC::standardEnvironment() {
-    Environment environment;
-    environment.calculateIsCanShowNotificationForBundleWithID =
-        [](const std::optional<std::string>& bundleId, std::function<void()> okBlock) {
-            SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(bundleId,
-                                                                             std::move(okBlock));
-        };
-    environment.createRemainsInfo = [](const std::shared_ptr<platform::Bundle>& bundle,
-                                       std::weak_ptr<SimpleRemainsInfoListener> listener) {
-        return remainsInfoFor(SimpleRemainsInfo::create(bundle, std::move(listener)));
-    };
-    environment.removeFilePaths = [](const std::vector<std::shared_ptr<PathForRemove>>& paths) {
-        NotificationsManager::GetInstance().removeFilePaths(paths);
-    };
-    environment.openURL = [](const std::string& url) { return platform::Workspace::openURL(url); };
-    environment.mainScreenFrame = []() -> std::optional<QRect> {
-        if (QScreen* screen = QGuiApplication::primaryScreen()) return screen->geometry();
-        return std::nullopt;
-    };
-    environment.mainAppName = Consts::GetInstance().getMainAppName();
-    environment.helpURL = Consts::GetInstance().getCustomNotificationHelpURL();
-    return environment;
-}
-
-std::shared_ptr<RichNotificationWC> RichNotificationWC::create() {
-    return create(standardEnvironment());
-}
-
 std::shared_ptr<RichNotificationWC> RichNotificationWC::create(Environment environment) {
     std::shared_ptr<RichNotificationWC> controller(new RichNotificationWC(std::move(environment)));
+    controller->m_pOffer->setView(controller);
     controller->windowDidLoad();
     return controller;
 }
 
 RichNotificationWC::RichNotificationWC(Environment environment)
     : m_environment(std::move(environment)),
+      m_pOffer(RemovalOffer::create(std::move(m_environment.offer))),
       m_pWindow(std::make_unique<RichNotificationWindow>()),
       m_pUi(std::make_unique<Ui::RichNotificationWC>()) {
     m_pUi->setupUi(m_pWindow.get());
@@ -177,49 +116,7 @@ std::shared_ptr<MarkupStyler> RichNotificationWC::generateDefaultMarkupStyler() 
 }
 
 void RichNotificationWC::showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) {
-    if (!bundle) return;
-    auto self = shared_from_this();
-    m_environment.calculateIsCanShowNotificationForBundleWithID(
-        bundle->bundleIdentifier(), [self, bundle] {
-            // The rule may answer on any thread; the state is the main thread's.
-            dispatch::MainQueue::main().async([self, bundle] { self->acceptBundle(bundle); });
-        });
-}
-
-RichNotificationWC::RemainsInfo* RichNotificationWC::remainsInfoForBundleID(
-    const std::string& bundleId) const {
-    auto found = std::find_if(m_arrRemoveInfo.begin(), m_arrRemoveInfo.end(),
-                              [&](const auto& entry) { return entry.first == bundleId; });
-    return found == m_arrRemoveInfo.end() ? nullptr : found->second.get();
-}
-
-void RichNotificationWC::acceptBundle(const std::shared_ptr<platform::Bundle>& bundle) {
-    const std::string key = bundle->path();
-    // The same bundle is never counted twice.
-    if (m_arrRemovedApps.count(key) != 0) return;
-    m_arrRemovedApps.emplace(key, bundle);
-
-    if (m_bIsActive) {
-        ++m_nOtheAppCount;
-    } else {
-        m_bIsActive = true;
-        m_pShowDate = dispatch::MainQueue::main().now();
-        m_sMainAppName = platform::PathUtils::stringByDeletingPathExtension(
-            StringUtils::getDisplayNameAtPath(key));
-        m_nOtheAppCount = 0;
-    }
-    updateText();
-
-    // A second copy of an application joins the first one's remains.
-    const std::string bundleId = bundle->bundleIdentifier().value_or(std::string());
-    if (RemainsInfo* info = remainsInfoForBundleID(bundleId)) {
-        info->addBundle(bundle);
-    } else if (m_environment.createRemainsInfo) {
-        if (auto created = m_environment.createRemainsInfo(bundle, weak_from_this())) {
-            m_arrRemoveInfo.emplace_back(bundleId, std::move(created));
-        }
-    }
-    showNotification();
+    m_pOffer->showNotificationForApp(bundle);
 }
 
 QPoint RichNotificationWC::notificationOrigin(const QRect& screenFrame, const QSize& windowSize) {
@@ -262,17 +159,17 @@ void RichNotificationWC::showNotification() {
 }
 
 void RichNotificationWC::hideNotification() {
-    m_bIsActive = false;
-    m_arrRemoveInfo.clear();
-    m_arrRemovedApps.clear();
+    m_pOffer->hideNotification();
+}
+
+void RichNotificationWC::closeWindow() {
     // No fade-out: the card goes at once.
     m_pFadeIn->stop();
     m_pWindow->close();
 }
 
 void RichNotificationWC::windowDidResignKey() {
-    if (!m_pShowDate) return;
-    if (dispatch::MainQueue::main().now() - *m_pShowDate > kResignGrace) hideNotification();
+    m_pOffer->windowDidResignKey();
 }
 
 void RichNotificationWC::updateText() {
@@ -281,19 +178,8 @@ void RichNotificationWC::updateText() {
 }
 
 AttributedString RichNotificationWC::generateAttributedString() const {
-    if (!m_bIsActive || !m_pMarkupStyler) return AttributedString();
-    std::uint64_t total = 0;
-    for (const auto& entry : m_arrRemoveInfo) {
-        if (entry.second) total += entry.second->getTotalSize();
-    }
-    const auto bytes = static_cast<std::int64_t>(
-        std::min<std::uint64_t>(total, std::numeric_limits<std::int64_t>::max()));
-    // The size is written in the language the rest of the text is in.
-    const std::string sizeText =
-        StringUtils::convertToStringFromFileSize(bytes, texts().localeName());
-    const std::string markup = RichNotificationWCLocalizable::descriptionWithAppName(
-        MarkupStyler::prepareString(m_sMainAppName), MarkupStyler::prepareString(sizeText),
-        m_nOtheAppCount, false, texts());
+    const std::string markup = m_pOffer->descriptionMarkup(texts());
+    if (markup.empty() || !m_pMarkupStyler) return AttributedString();
     return m_pMarkupStyler->convertString(markup);
 }
 
@@ -303,8 +189,7 @@ void RichNotificationWC::onSimpleRemainsInfoChanged(
 }
 
 void RichNotificationWC::onShowHelp() {
-    if (m_environment.openURL) m_environment.openURL(m_environment.helpURL);
-    hideNotification();
+    m_pOffer->onShowHelp();
 }
 
 void RichNotificationWC::onNotificationClose() {
@@ -312,10 +197,5 @@ void RichNotificationWC::onNotificationClose() {
 }
 
 void RichNotificationWC::onSelectCompleteUninstall() {
-    std::vector<std::shared_ptr<PathForRemove>> paths;
-    for (const auto& entry : m_arrRemoveInfo) {
-        if (entry.second) entry.second->addRemoveObjectPathsToArray(paths);
-    }
-    if (m_environment.removeFilePaths) m_environment.removeFilePaths(paths);
-    hideNotification();
+    m_pOffer->onSelectCompleteUninstall();
 }

@@ -61,13 +61,10 @@ const QColor kBlue(0x33, 0x6A, 0xBB);
 class NotificationWindowTest : public ::testing::Test {
 protected:
     std::shared_ptr<RichNotificationWC> makeController(const std::string& language) {
-        auto environment = RichNotificationWC::standardEnvironment();
-        environment.calculateIsCanShowNotificationForBundleWithID =
+        RichNotificationWC::Environment environment;
+        environment.offer.calculateIsCanShowNotificationForBundleWithID =
             [](const std::optional<std::string>&, std::function<void()> okBlock) { okBlock(); };
-        environment.createRemainsInfo = [](const std::shared_ptr<platform::Bundle>&,
-                                           std::weak_ptr<SimpleRemainsInfoListener>) {
-            return std::shared_ptr<RichNotificationWC::RemainsInfo>();
-        };
+        environment.mainAppName = "Sweepwell";
         environment.mainScreenFrame = [] { return std::optional<QRect>(QRect(0, 0, 1440, 900)); };
         environment.texts = std::make_shared<LocalizedStrings>(
             SWEEPWELL_RESOURCES, RichNotificationWCLocalizable::kTableName,

@@ -1,0 +1,144 @@
+#include "app/Composition.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include "app/OpenFileChannel.h"
+#include "app/QtMainQueue.h"
+#include "environment/Consts.h"
+#include "messages/NotificationsManager.h"
+#include "platform/Bundle.h"
+#include "platform/OpenURL.h"
+#include "remains/SimpleRemainsInfo.h"
+#include "watching/UpdateRestarter.h"
+
+namespace {
+
+// The remains finder's object as the notification sees it.
+class SimpleRemainsInfoRemains final : public RemovalOffer::Remains {
+public:
+    explicit SimpleRemainsInfoRemains(std::shared_ptr<SimpleRemainsInfo> info)
+        : m_pInfo(std::move(info)) {}
+    void addBundle(const std::shared_ptr<platform::Bundle>& bundle) override {
+        m_pInfo->addBundle(bundle);
+    }
+    std::uint64_t getTotalSize() const override { return m_pInfo->getTotalSize(); }
+    void addRemoveObjectPathsToArray(
+        std::vector<std::shared_ptr<PathForRemove>>& array) const override {
+        m_pInfo->addRemoveObjectPathsToArray(array);
+    }
+
+private:
+    std::shared_ptr<SimpleRemainsInfo> m_pInfo;
+};
+
+// The notification window as the delegate sees it.
+class NotificationWindowPresenter final : public NotificationPresenter {
+public:
+    explicit NotificationWindowPresenter(std::shared_ptr<RichNotificationWC> controller)
+        : m_pController(std::move(controller)) {}
+    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
+        if (m_pController) m_pController->showNotificationForApp(bundle);
+    }
+
+private:
+    std::shared_ptr<RichNotificationWC> m_pController;
+};
+
+// The files named on the command line (what is left after Qt took its own
+// options), made absolute against the folder the process started in.
+std::vector<std::string> filesToOpen() {
+    std::vector<std::string> files;
+    const QStringList arguments = QCoreApplication::arguments();
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        files.push_back(QFileInfo(QDir::current(), arguments[i]).absoluteFilePath().toStdString());
+    }
+    return files;
+}
+
+}  // namespace
+
+namespace composition {
+
+RichNotificationWC::Environment notificationEnvironment() {
+    RichNotificationWC::Environment environment;
+    environment.offer.calculateIsCanShowNotificationForBundleWithID =
+        [](const std::optional<std::string>& bundleId, std::function<void()> okBlock) {
+            SimpleRemainsInfo::calculateIsCanShowNotificationForBundleWithID(bundleId,
+                                                                             std::move(okBlock));
+        };
+    environment.offer.removeFilePaths =
+        [](const std::vector<std::shared_ptr<PathForRemove>>& paths) {
+            NotificationsManager::GetInstance().removeFilePaths(paths);
+        };
+    environment.offer.openURL = [](const std::string& url) {
+        return platform::Workspace::openURL(url);
+    };
+    environment.offer.helpURL = Consts::GetInstance().getCustomNotificationHelpURL();
+    environment.mainScreenFrame = []() -> std::optional<QRect> {
+        if (QScreen* screen = QGuiApplication::primaryScreen()) return screen->geometry();
+        return std::nullopt;
+    };
+    environment.mainAppName = Consts::GetInstance().getMainAppName();
+    return environment;
+}
+
+std::shared_ptr<RichNotificationWC> createNotificationWindow(
+    RichNotificationWC::Environment environment, const PathsGenerator& paths,
+    std::shared_ptr<SimpleSizeCalculation> calculation) {
+    // The window is the remains' listener, and it exists only once its
+    // environment is complete: the finder reads it from here.
+    auto listener = std::make_shared<std::weak_ptr<SimpleRemainsInfoListener>>();
+    environment.offer.createRemainsInfo = [listener, paths, calculation = std::move(calculation)](
+                                              const std::shared_ptr<platform::Bundle>& bundle)
+        -> std::shared_ptr<RemovalOffer::Remains> {
+        auto info = SimpleRemainsInfo::create(bundle, *listener, paths, calculation);
+        if (!info) return nullptr;
+        return std::make_shared<SimpleRemainsInfoRemains>(std::move(info));
+    };
+    auto window = RichNotificationWC::create(std::move(environment));
+    *listener = window;
+    return window;
+}
+
+AppDelegate::Environment appDelegateEnvironment() {
+    AppDelegate::Environment environment;
+    environment.createNotificationPresenter = [] {
+        return std::make_shared<NotificationWindowPresenter>(createNotificationWindow(
+            notificationEnvironment(), PathsGenerator::GetInstance(), nullptr));
+    };
+    environment.trashDirectory = PathsGenerator::GetInstance().buildTrashDirectory();
+    environment.ownBundlePath = []() -> std::optional<std::string> {
+        auto bundle = platform::Bundle::mainBundle();
+        if (!bundle) return std::nullopt;
+        return bundle->path();
+    };
+    environment.startUpdateRestarter = [] { UpdateRestarter::GetInstance(); };
+    return environment;
+}
+
+int runAgent(QApplication& application) {
+    // A background agent: it lives on with no window open.
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setApplicationName(QStringLiteral("Sweepwell Helper"));
+    dispatch::MainQueue::install(std::make_shared<QtMainQueue>());
+    UpdateRestarter::setApplicationTerminate([] { QCoreApplication::quit(); });
+
+    auto delegate = std::make_shared<AppDelegate>(appDelegateEnvironment());
+    const std::vector<std::string> files = filesToOpen();
+    OpenFileChannel channel(OpenFileChannel::defaultSocketPath());
+    const bool forwarded = channel.forwardOrListen(
+        files,
+        [weak = std::weak_ptr<AppDelegate>(delegate)](std::vector<std::string> paths) {
+            if (auto agent = weak.lock()) agent->openFiles(paths);
+        },
+        [&] { delegate->applicationDidFinishLaunching(); });
+    if (forwarded) return 0;  // the running agent has them
+
+    if (!files.empty()) delegate->openFiles(files);
+    return application.exec();
+}
+
+}  // namespace composition
