@@ -1,7 +1,7 @@
-#include "environment/ApplicationDirectoryUtils.h"
-
 #include <gtest/gtest.h>
 
+#include "environment/ApplicationDirectoryUtils.h"
+#include "support/DataTable.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -9,66 +9,41 @@ namespace {
 using ApplicationDirectoryUtils::parentAppPathForPath;
 using ApplicationDirectoryUtils::parentBundlePathForPath;
 
-TEST(ApplicationDirectoryUtils, EnclosingApplicationSkipsThePathAndItsParent) {
+TEST(ApplicationDirectoryUtils, EnclosingApplicationAndWhatCountsAsOne) {
     testsupport::TempDir dir;
     dir.makeDir("Applications/X.app/Contents/MacOS");
     dir.makeDir("Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS");
     dir.makeDir("Tools/Pane.prefPane/Contents/Resources/en.lproj");
     dir.makeDir("Tools/Inner.app/Contents/PlugIns/Driver.KEXT/Contents/MacOS");
     dir.writeFile("Files/fake.app/inside/file");  // fake.app is a folder too, so an application
-
-    struct Case {
-        std::string path;
-        std::optional<std::string> app;
-        std::optional<std::string> bundle;
+    const std::optional<std::string> none;
+    const auto at = [&](const std::string& field) -> std::optional<std::string> {
+        if (field == "-") return none;
+        return field.empty() || field[0] == '/' ? field : dir / field;
     };
-    const std::string root = dir.path();
-    const std::vector<Case> cases = {
-        {root + "/Applications/X.app/Contents", std::nullopt, std::nullopt},
-        {root + "/Applications/X.app/Contents/MacOS", root + "/Applications/X.app",
-         root + "/Applications/X.app"},
-        {root + "/Applications/X.app", std::nullopt, std::nullopt},
-        // The outermost application wins.
-        {root + "/Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS",
-         root + "/Main.app", root + "/Main.app"},
-        {root + "/Tools/Pane.prefPane/Contents/Resources/en.lproj", std::nullopt,
-         root + "/Tools/Pane.prefPane"},
-        // Whichever comes first along the path answers the bundle question.
-        {root + "/Tools/Inner.app/Contents/PlugIns/Driver.KEXT/Contents/MacOS", root + "/Tools/Inner.app",
-         root + "/Tools/Inner.app"},
-        {root + "/Files/fake.app/inside/file", root + "/Files/fake.app", root + "/Files/fake.app"},
-        {"/", std::nullopt, std::nullopt},
-        {"/a", std::nullopt, std::nullopt},
-        {"", std::nullopt, std::nullopt},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(parentAppPathForPath(c.path), c.app) << c.path;
-        EXPECT_EQ(parentBundlePathForPath(c.path), c.bundle) << c.path;
+    for (const auto& row : testsupport::readDataTable("ApplicationDirectoryUtils/enclosing.tsv")) {
+        EXPECT_EQ(parentAppPathForPath(at(row.at(0))), at(row.at(1))) << row.at(0);
+        EXPECT_EQ(parentBundlePathForPath(at(row.at(0))), at(row.at(2))) << row.at(0);
     }
-    EXPECT_EQ(parentAppPathForPath(std::nullopt), std::nullopt);
-    EXPECT_EQ(parentBundlePathForPath(std::nullopt), std::nullopt);
-}
+    EXPECT_EQ(parentAppPathForPath(none), none);
+    EXPECT_EQ(parentBundlePathForPath(none), none);
 
-TEST(ApplicationDirectoryUtils, ApplicationTest) {
-    testsupport::TempDir dir;
-    dir.makeDir("A.app");
-    dir.makeDir("Plain");
     dir.writeFile("file.app");
-    dir.makeSymlink("Link.app", dir / "A.app");
-    struct Case {
-        std::optional<std::string> path;
-        bool expected;
+    const std::pair<std::optional<std::string>, bool> apps[] = {
+        {dir / "Applications/X.app", true},
+        {dir / "Applications", false},
+        {dir / "file.app", false},
+        {dir / "missing.app", false},
+        {none, false},
+        {"", false},
     };
-    const std::vector<Case> cases = {
-        {dir / "A.app", true},      {dir / "Plain", false},      {dir / "file.app", false},
-        {dir / "missing.app", false}, {std::nullopt, false},     {"", false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(ApplicationDirectoryUtils::isApplicationAtPath(c.path), c.expected)
-            << c.path.value_or("nil");
+    for (const auto& [path, expected] : apps) {
+        EXPECT_EQ(ApplicationDirectoryUtils::isApplicationAtPath(path), expected)
+            << path.value_or("nil");
     }
-    EXPECT_TRUE(ApplicationDirectoryUtils::isApplicationAtURL("file://" + dir / "A.app"));
-    EXPECT_FALSE(ApplicationDirectoryUtils::isApplicationAtURL(std::nullopt));
+    EXPECT_TRUE(
+        ApplicationDirectoryUtils::isApplicationAtURL("file://" + dir / "Applications/X.app"));
+    EXPECT_FALSE(ApplicationDirectoryUtils::isApplicationAtURL(none));
 }
 
 }  // namespace

@@ -23,8 +23,7 @@ bool never(std::uint64_t) {
     return false;
 }
 
-// A rule that enters every folder, counts how often it is asked and tells the
-// walk to stop as soon as it has been asked once.
+// Enters every folder, counts how often it is asked, and abandons the walk at once.
 std::atomic<int> g_asked{0};
 std::atomic<bool> g_stop{false};
 bool askedThenStop(std::uint64_t) {
@@ -116,13 +115,11 @@ TEST_F(FolderAllocatedSize, SumsTheEntriesThatAreNotFolders) {
 }
 
 TEST_F(FolderAllocatedSize, TreesDeeperThanTheOpenFolderBudget) {
-    // A chain of folders far deeper than the walker keeps descriptors for.
-    // Every other level also holds two side folders with a file, one made
-    // before the chain's next folder and one after, named to sort on either
-    // side of it and differently at each level (hashed listings then differ
-    // from level to level). Whatever order the file system lists them in,
-    // many levels still have a folder to enter when the walk comes back up to
-    // them through "..", long after their descriptors were given up.
+    // A chain of folders far deeper than the walker's 64 descriptors. Every
+    // other level also holds side folders named to sort on either side of the
+    // chain (differently at each level, so hashed listings differ too): many
+    // levels still have a folder to enter when the walk comes back up to them
+    // through "..", long after their descriptors were given up.
     constexpr int kLevels = 150;
     const std::string root = m_dir.makeDir("deep");
     std::uint64_t made = 0;
@@ -142,8 +139,7 @@ TEST_F(FolderAllocatedSize, TreesDeeperThanTheOpenFolderBudget) {
             continue;
         }
         add(level + "/z" + tag + "/file", 1);
-        // Listed after the chain, a side folder is entered on the way back
-        // up; the walker keeps 64 descriptors.
+        // Listed after the chain, a side folder is entered on the way back up.
         bool chainSeen = false;
         bool sideAfterChain = false;
         for (const auto& entry : fs::directory_iterator(level)) {

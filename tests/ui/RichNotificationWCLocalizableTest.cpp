@@ -2,16 +2,16 @@
 
 #include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
-#include "support/TempDir.h"
+#include "support/DataTable.h"
 #include "ui/MarkupStyler.h"
 #include "ui/RichNotificationWCLocalizable.h"
 
 namespace {
 
-using testsupport::TempDir;
 using Texts = RichNotificationWCLocalizable;
 
 LocalizedStrings tableFor(const std::string& language) {
@@ -82,32 +82,11 @@ TEST(RichNotificationWCLocalizableTest, EveryLanguageWritesValidMarkupForEveryCo
 }
 
 TEST(RichNotificationWCLocalizableTest, PluralFormsAgreeWithTheCount) {
-    const struct {
-        const char* locale;
-        std::int64_t others;
-        const char* expected;
-    } rows[] = {
-        {"en", 1, "and 1 other application left"},
-        {"en", 21, "and 21 other applications left"},
-        {"de", 1, "und 1 weiteres Programm haben"},
-        {"de", 1000, "und 1.000 weitere Programme"},
-        {"fr", 1, "et 1 autre application ont"},
-        {"fr", 2, "et 2 autres applications ont"},
-        {"ru", 1, "и ещё 1 приложения остались"},
-        {"ru", 2, "и ещё 2 приложений остались"},
-        {"ru", 5, "и ещё 5 приложений"},
-        {"ru", 21, "и ещё 21 приложения"},
-        {"uk", 2, "та ще 2 програм "},
-        {"uk", 101, "та ще 101 програми "},
-        {"pl", 1, "i 1 innej aplikacji"},
-        {"pl", 2, "i 2 innych aplikacji"},
-        {"pl", 21, "i 21 innych aplikacji"},
-        {"ja", 5, "とその他5個のアプリ"},
-    };
-    for (const auto& row : rows) {
-        const std::string text = Texts::descriptionWithAppName("Photon", "1 MB", row.others, false,
-                                                               tableFor(row.locale));
-        EXPECT_NE(text.find(row.expected), std::string::npos) << row.locale << ": " << text;
+    for (const auto& row :
+         testsupport::readDataTable("RichNotificationWCLocalizable/plurals.tsv")) {
+        const std::string text = Texts::descriptionWithAppName(
+            "Photon", "1 MB", std::stoll(row.at(1)), false, tableFor(row.at(0)));
+        EXPECT_NE(text.find(row.at(2)), std::string::npos) << row.at(0) << ": " << text;
     }
     const LocalizedStrings english = tableFor("en");
     EXPECT_EQ(Texts::descriptionWithAppName("Photon", "1 MB", 0, true, english),
@@ -118,69 +97,42 @@ TEST(RichNotificationWCLocalizableTest, PluralFormsAgreeWithTheCount) {
 }
 
 TEST(RichNotificationWCLocalizableTest, LanguagesComeFromTheEnvironmentInOrder) {
-    using Env = std::map<std::string, std::string>;
-    const struct {
-        Env env;
-        std::vector<std::string> expected;
-    } rows[] = {
-        {{}, {"en"}},
-        {{{"LANG", "ru_RU.UTF-8"}}, {"ru_RU.UTF-8"}},
-        {{{"LANG", "ru_RU.UTF-8"}, {"LC_MESSAGES", "de_DE"}}, {"de_DE"}},
-        {{{"LC_ALL", "fr_FR"}, {"LC_MESSAGES", "de_DE"}, {"LANG", "ru_RU"}}, {"fr_FR"}},
-        {{{"LANGUAGE", "uk::pl"}, {"LANG", "ru_RU"}}, {"uk", "pl", "ru_RU"}},
-        {{{"LANGUAGE", "de"}, {"LC_ALL", "C.UTF-8"}}, {"en"}},  // the C locale is not translated
-        {{{"LANGUAGE", "de"}, {"LANG", ""}}, {"en"}},
+    const auto words = [](const std::string& text) {
+        std::vector<std::string> out;
+        std::istringstream in(text);
+        for (std::string word; in >> word;) out.push_back(word);
+        return out;
     };
-    for (const auto& row : rows) {
-        const auto languages = LocalizedStrings::preferredLanguages(
-            [&row](const char* name) -> std::optional<std::string> {
-                const auto found = row.env.find(name);
-                if (found == row.env.end()) return std::nullopt;
-                return found->second;
-            });
-        EXPECT_EQ(languages, row.expected);
-    }
-
-    using List = std::vector<std::string>;
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("zh_CN.UTF-8"),
-              (List{"zh-Hans", "zh-CN", "zh_CN", "zh"}));
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("zh_TW"),
-              (List{"zh-Hant", "zh-TW", "zh_TW"}));
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("pt_PT@euro"),
-              (List{"pt-PT", "pt_PT", "pt", "pt-BR"}));
-    EXPECT_EQ(LocalizedStrings::localizationCandidates("POSIX"), List{"en"});
-
-    const struct {
-        std::vector<std::string> languages;
-        const char* localization;
-    } choices[] = {
-        {{"sv_SE.UTF-8", "pt_PT.UTF-8"}, "pt-BR"},
-        {{"pt-BR"}, "pt-BR"},
-        {{"zh"}, "zh-Hans"},
-        {{"zh_HK.UTF-8"}, "en"},
-        {{"sv_SE"}, "en"},
-        {{"de_AT", "fr"}, "de"},
-    };
-    for (const auto& choice : choices) {
-        EXPECT_EQ(LocalizedStrings(SWEEPWELL_RESOURCES, Texts::kTableName, choice.languages)
-                      .localization(),
-                  choice.localization);
+    for (const auto& row :
+         testsupport::readDataTable("RichNotificationWCLocalizable/languages.tsv")) {
+        SCOPED_TRACE(testsupport::describeRow(row));
+        const std::string& what = row.at(0);
+        if (what == "env") {
+            std::map<std::string, std::string> env;
+            for (const auto& setting : words(row.at(1))) {
+                env[setting.substr(0, setting.find('='))] = setting.substr(setting.find('=') + 1);
+            }
+            EXPECT_EQ(LocalizedStrings::preferredLanguages(
+                          [&env](const char* name) -> std::optional<std::string> {
+                              const auto found = env.find(name);
+                              if (found == env.end()) return std::nullopt;
+                              return found->second;
+                          }),
+                      words(row.at(2)));
+        } else if (what == "candidates") {
+            EXPECT_EQ(LocalizedStrings::localizationCandidates(row.at(1)), words(row.at(2)));
+        } else {
+            EXPECT_EQ(LocalizedStrings(SWEEPWELL_RESOURCES, Texts::kTableName, words(row.at(1)))
+                          .localization(),
+                      row.at(2));
+        }
     }
 }
 
 TEST(RichNotificationWCLocalizableTest, KeysFallBackToEnglishThenToTheDefault) {
-    TempDir resources;
-    resources.writeFile("de.lproj/T.strings",
-                        "\"Close\" = \"Schließen\";\n\"Title\" = \"plain %@\";");
-    resources.writeFile("de.lproj/T.stringsdict",
-                        "<plist version=\"1.0\"><dict><key>Title</key><dict>"
-                        "<key>NSStringLocalizedFormatKey</key><string>Titel: %@</string>"
-                        "</dict></dict></plist>");
-    resources.writeFile("en.lproj/T.strings",
-                        "\"Only\" = \"English only\"; \"Close\" = \"Close\";");
-    resources.writeFile("fr.lproj/T.strings", "\"broken\" = ");
-
-    const LocalizedStrings german(resources.path(), "T", {"fr_FR", "de_DE.UTF-8"});
+    // German and English tables with a key each of their own, and a broken French one.
+    const LocalizedStrings german(testsupport::dataPath("LocalizedStrings"), "T",
+                                  {"fr_FR", "de_DE.UTF-8"});
     EXPECT_EQ(german.localization(), "de");  // the broken French table does not count
     EXPECT_EQ(german.localizedStringForKey("Close", "x"), "Schließen");
     EXPECT_EQ(german.localizedStringForKey("Only", "x"), "English only");

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "support/DataTable.h"
 #include "ui/StringsTable.h"
 
 namespace {
@@ -19,65 +20,30 @@ std::string utf16(const std::u16string& text, bool littleEndian) {
 }
 
 TEST(StringsTableTest, ReadsStringsFilesAndRefusesBrokenOnes) {
-    const std::string sample = "/* Close */\n\"Close\" = \"Schlie\\U00dfen\";\n// line\n'k' = v;";
+    for (const auto& row : testsupport::readDataTable("StringsTable/strings.tsv")) {
+        std::optional<Strings> expected;
+        if (row.size() < 2 || row[1] != "(refused)") {
+            expected.emplace();
+            for (std::size_t i = 1; i + 1 < row.size(); i += 2) (*expected)[row[i]] = row[i + 1];
+        }
+        EXPECT_EQ(StringsTable::parseStrings(row.at(0)), expected) << row.at(0);
+    }
     const struct {
         std::string bytes;
-        std::optional<Strings> expected;
+        Strings expected;
     } rows[] = {
-        {sample, Strings{{"Close",
-                          "Schlie\xC3\x9F"
-                          "en"},
-                         {"k", "v"}}},
-        {"\xEF\xBB\xBF" + sample, Strings{{"Close",
-                                           "Schlie\xC3\x9F"
-                                           "en"},
-                                          {"k", "v"}}},
         {utf16(u"\"T\" = \"\u00c9t\u00e9 %@\";", true), Strings{{"T", "\xC3\x89t\xC3\xA9 %@"}}},
         {utf16(u"\"T\" = \"\U0001F600\";", false), Strings{{"T", "\xF0\x9F\x98\x80"}}},
         {R"("e" = "\"q\" \\ \n\t\101\UD83D\UDE00\UDE00\x";)",
          Strings{{"e", "\"q\" \\ \n\tA\xF0\x9F\x98\x80\xEF\xBF\xBDx"}}},
-        {"{ key; a.b/c-d = \"1\"; }", Strings{{"key", "key"}, {"a.b/c-d", "1"}}},
-        {"\"k\" = \"1\"; \"k\" = \"2\";", Strings{{"k", "2"}}},
-        {"  /* only a comment */ ", Strings{}},
-        {"<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key><string>v</string>"
-         "</dict></plist>",
-         Strings{{"k", "v"}}},
-        {"<plist version=\"1.0\"><dict><key>k</key><integer>1</integer></dict></plist>",
-         std::nullopt},
-        {"\"k\" = \"v\"", std::nullopt},  // no ";"
-        {"\"k\" = \"v;", std::nullopt},   // the string never ends
-        {"\"k\" = \"v\"; /* open", std::nullopt},
-        {"\"k\" = (a, b);", std::nullopt},
-        {"= \"v\";", std::nullopt},
-        {"{ \"k\" = \"v\";", std::nullopt},
-        {"\"k\" = \"v\"; }", std::nullopt},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(StringsTable::parseStrings(row.bytes), row.expected) << row.bytes;
-    }
+    for (const auto& row : rows) EXPECT_EQ(StringsTable::parseStrings(row.bytes), row.expected);
 }
 
 TEST(StringsTableTest, ReadsPluralRulesOfStringsDict) {
-    const char* xml = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict>
-  <key>Files</key><dict>
-    <key>NSStringLocalizedFormatKey</key><string>%#@files@ in %@</string>
-    <key>files</key><dict>
-      <key>NSStringFormatSpecTypeKey</key><string>NSStringPluralRuleType</string>
-      <key>NSStringFormatValueTypeKey</key><string>ld</string>
-      <key>one</key><string>%ld file</string>
-      <key>other</key><string>%ld files</string>
-      <key>lots</key><string>not a category</string>
-      <key>many</key><integer>3</integer>
-    </dict>
-    <key>width</key><dict>
-      <key>NSStringFormatSpecTypeKey</key><string>NSStringVariableWidthRuleType</string>
-    </dict>
-  </dict>
-  <key>NoFormat</key><dict><key>x</key><string>y</string></dict>
-  <key>Plain</key><string>not a dictionary</string>
-</dict></plist>)";
-    const auto dict = StringsTable::parseStringsDict(xml);
+    // Only complete plural variables of entries with a format are kept.
+    const auto dict =
+        StringsTable::readStringsDictFile(testsupport::dataPath("StringsTable/plural.stringsdict"));
     ASSERT_TRUE(dict);
     ASSERT_EQ(dict->size(), 1u);
     const StringsTable::StringsDictEntry& entry = dict->at("Files");

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+// A table of cases kept in tests/data/<name>: one row a line, fields split by
+// tabs (a run of tabs is one split), lines starting with "# " are comments.
+// Fields understand \t, \n, \\, \xHH, and \e for an empty field, so hostile
+// bytes can be written plainly. A missing file fails the test.
+using DataRow = std::vector<std::string>;
+std::vector<DataRow> readDataTable(const std::string& name);
+
+// The path of a file kept under tests/data, for tests that read it whole.
+std::string dataPath(const std::string& name);
+
+// A row as one readable line, for SCOPED_TRACE.
+std::string describeRow(const DataRow& row);
+
+}  // namespace testsupport
