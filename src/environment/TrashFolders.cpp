@@ -1,5 +1,7 @@
 #include "environment/TrashFolders.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <string_view>
 
@@ -29,7 +31,8 @@ bool isTrashLayoutAt(const std::vector<std::string_view>& parts, std::size_t at)
 }  // namespace
 
 std::vector<TrashFolder> ofHome(const PathsGenerator& paths) {
-    std::vector<TrashFolder> folders = {{TrashFolder::Kind::Home, paths.buildTrashDirectory(), {}, {}}};
+    std::vector<TrashFolder> folders = {
+        {TrashFolder::Kind::Home, paths.buildTrashDirectory(), {}, {}}};
     if (const auto desktop = paths.buildHomeTrashDirectory()) {
         folders.push_back({TrashFolder::Kind::Desktop, *desktop + "/files", *desktop, {}});
     }
@@ -41,7 +44,12 @@ std::vector<TrashFolder> all(const PathsGenerator& paths,
     auto folders = ofHome(paths);
     for (const auto& mount : mounts) {
         const auto trash = platform::MountTable::trashFolderOfMount(mount.path, uid);
-        if (!trash) continue;
+        // Trashing programs make "files" with the Trash; until then nothing is there.
+        struct stat status {};
+        if (!trash || ::lstat((*trash + "/files").c_str(), &status) != 0 ||
+            !S_ISDIR(status.st_mode)) {
+            continue;
+        }
         const TrashFolder folder{TrashFolder::Kind::Volume, *trash + "/files", *trash, mount.path};
         // A disk mounted twice shows one Trash under two names: both are watched.
         if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
