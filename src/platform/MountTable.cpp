@@ -31,6 +31,7 @@ std::optional<std::string> unescaped(std::string_view field) {
     std::string out;
     out.reserve(field.size());
     for (std::size_t i = 0; i < field.size(); ++i) {
+        if (field[i] == '\0') return std::nullopt;  // the kernel never writes one
         if (field[i] != '\\') {
             out += field[i];
             continue;

@@ -23,7 +23,8 @@ TEST(MountTable, ReadsMountPointsDecodedAndLeavesOutTheKernelsOwn) {
         "63 27 0:42 / /cut\\04 rw - tmpfs none rw\n"
         "64 27 0:43 / relative rw - tmpfs none rw\n"
         "65 27 0:44 / /nul\\000 rw - tmpfs none rw\n"
-        "66 27 0:45 / /no-type rw -\n"
+        "66 27 0:45 / /no-type rw -\n" +
+        std::string("68 27 0:47 / /raw\0nul rw - tmpfs none rw\n", 41) +
         "67 27 0:46 / /last rw - tmpfs none rw";
     const std::vector<MountPoint> expected = {
         {"/", "ext4"}, {"/media/u/My Disk", "vfat"}, {"/tmp/a\\b\tc", "tmpfs"}, {"/last", "tmpfs"}};
