@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <iterator>
 
+#include "platform/FileSystem.h"
+
 namespace platform {
 
 namespace MountTable {
@@ -98,17 +100,10 @@ std::vector<MountPoint> parse(std::string_view text) {
 }
 
 std::vector<MountPoint> current() {
-    const int fd = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return {};
-    std::string text;
-    char buffer[65536];
-    ssize_t got = 0;
-    while (text.size() <= kMaxTableSize && (got = ::read(fd, buffer, sizeof buffer)) > 0) {
-        text.append(buffer, static_cast<std::size_t>(got));
-    }
-    ::close(fd);
-    if (got < 0 || text.size() > kMaxTableSize) return {};
-    return parse(text);
+    const UniqueFd fd(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    if (!fd) return {};
+    const auto text = readToEnd(fd.get(), kMaxTableSize);
+    return text ? parse(*text) : std::vector<MountPoint>{};
 }
 
 std::optional<std::string> trashFolderOfMount(const std::string& topDirectory, uid_t uid) {
@@ -128,31 +123,25 @@ std::optional<std::string> trashFolderOfMount(const std::string& topDirectory, u
 }  // namespace MountTable
 
 std::unique_ptr<MountTableChanges> MountTableChanges::create() {
-    const int tableFD = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
-    if (tableFD < 0) return nullptr;
-    const int wakeFD = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (wakeFD < 0) {
-        ::close(tableFD);
-        return nullptr;
-    }
-    return std::unique_ptr<MountTableChanges>(new MountTableChanges(tableFD, wakeFD));
+    UniqueFd table(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    UniqueFd wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!table || !wake) return nullptr;
+    return std::unique_ptr<MountTableChanges>(
+        new MountTableChanges(std::move(table), std::move(wake)));
 }
 
-MountTableChanges::MountTableChanges(int tableFD, int wakeFD)
-    : m_nTableFD(tableFD), m_nWakeFD(wakeFD) {}
+MountTableChanges::MountTableChanges(UniqueFd table, UniqueFd wake)
+    : m_table(std::move(table)), m_wake(std::move(wake)) {}
 
-MountTableChanges::~MountTableChanges() {
-    ::close(m_nTableFD);
-    ::close(m_nWakeFD);
-}
+MountTableChanges::~MountTableChanges() = default;
 
 bool MountTableChanges::wait(std::chrono::milliseconds timeout) {
-    pollfd watched[2] = {{m_nTableFD, POLLPRI, 0}, {m_nWakeFD, POLLIN, 0}};
+    pollfd watched[2] = {{m_table.get(), POLLPRI, 0}, {m_wake.get(), POLLIN, 0}};
     const int ready = ::poll(watched, 2, static_cast<int>(timeout.count()));
     if (ready <= 0) return false;
     if (watched[1].revents & POLLIN) {
         std::uint64_t count = 0;
-        [[maybe_unused]] const auto ignored = ::read(m_nWakeFD, &count, sizeof count);
+        [[maybe_unused]] const auto ignored = ::read(m_wake.get(), &count, sizeof count);
         return false;
     }
     // The kernel re-arms the event once poll has reported it.
@@ -161,7 +150,7 @@ bool MountTableChanges::wait(std::chrono::milliseconds timeout) {
 
 void MountTableChanges::interrupt() {
     const std::uint64_t one = 1;
-    [[maybe_unused]] const auto ignored = ::write(m_nWakeFD, &one, sizeof one);
+    [[maybe_unused]] const auto ignored = ::write(m_wake.get(), &one, sizeof one);
 }
 
 }  // namespace platform

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/FileSystem.h"
+
 namespace platform {
 
 // One mounted file system, as the kernel's mount table names it.
@@ -59,9 +61,9 @@ public:
     void interrupt();
 
 private:
-    MountTableChanges(int tableFD, int wakeFD);
-    int m_nTableFD;
-    int m_nWakeFD;
+    MountTableChanges(UniqueFd table, UniqueFd wake);
+    UniqueFd m_table;
+    UniqueFd m_wake;  // an eventfd that interrupt() makes readable
 };
 
 }  // namespace platform

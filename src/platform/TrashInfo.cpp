@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/FileSystem.h"
+
 namespace platform {
 
 namespace {
@@ -98,24 +100,12 @@ std::optional<TrashInfo> TrashInfo::readForItem(const std::string& trashFolder,
         return std::nullopt;
     }
     const std::string infoPath = trashFolder + "/info/" + storedName + ".trashinfo";
-    const int fd = ::open(infoPath.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) return std::nullopt;
-    std::string text;
+    const UniqueFd fd(::open(infoPath.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
-    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
-        static_cast<std::size_t>(status.st_size) <= kMaxFileSize) {
-        // One byte more than allowed tells a file that grew since fstat.
-        text.resize(kMaxFileSize + 1);
-        std::size_t filled = 0;
-        while (filled < text.size()) {
-            const ssize_t got = ::read(fd, text.data() + filled, text.size() - filled);
-            if (got <= 0) break;
-            filled += static_cast<std::size_t>(got);
-        }
-        text.resize(filled);
-    }
-    ::close(fd);
-    return parse(text);
+    if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    const auto text = readToEnd(fd.get(), kMaxFileSize, static_cast<std::size_t>(status.st_size));
+    if (!text) return std::nullopt;
+    return parse(*text);
 }
 
 std::optional<std::string> TrashInfo::originalName() const {
