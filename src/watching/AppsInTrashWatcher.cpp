@@ -73,12 +73,21 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders) {
         if (!watcher->isWatching()) {
             std::fprintf(stderr, "AppsInTrashWatcher: %s is not watched (no file event queue)\n",
                          folder.path.c_str());
-        } else if (folder.hasTrashInfo()) {
+        } else {
+            std::fprintf(stderr, "AppsInTrashWatcher: watching the Trash folder %s\n",
+                         folder.path.c_str());
             // Some programs write the trash info after the item: its arrival
             // pushes the folder's re-read back like any change of the folder.
-            watcher->getFileEventQueue()->addPath(folder.trashDirectory + "/info");
+            if (folder.hasTrashInfo()) {
+                watcher->getFileEventQueue()->addPath(folder.trashDirectory + "/info");
+            }
         }
         watchers[folder.path] = std::move(watcher);
+    }
+    for (const auto& [path, watcher] : m_arrWatchers) {
+        if (!watchers.count(path)) {
+            std::fprintf(stderr, "AppsInTrashWatcher: no longer watching %s\n", path.c_str());
+        }
     }
     m_arrWatchers = std::move(watchers);
     m_arrFolders = folders;
