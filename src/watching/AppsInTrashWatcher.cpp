@@ -2,11 +2,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
+#include "dispatch/MainQueue.h"
 #include "environment/ApplicationDirectoryUtils.h"
 #include "environment/PathsGenerator.h"
 #include "environment/StringUtils.h"
+#include "platform/FileSystem.h"
 #include "platform/PathUtils.h"
 #include "platform/TrashInfo.h"
 #include "watching/BundleExcludeList.h"
@@ -46,18 +49,26 @@ std::shared_ptr<DirectoryWatcher> AppsInTrashWatcher::watcherOf(const std::strin
     return found == m_arrWatchers.end() ? nullptr : found->second;
 }
 
-void AppsInTrashWatcher::trashFoldersChanged(const std::vector<TrashFolder>& folders) {
-    watchFolders(folders);
+void AppsInTrashWatcher::trashFoldersChanged(const std::vector<TrashFolder>& folders,
+                                             const std::vector<std::string>& made) {
+    watchFolders(folders, made);
 }
 
 // One watcher per folder; a folder that stays keeps its watcher (and so what
 // it already knows), one that leaves the set is dropped without a word.
-void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders) {
+void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
+                                      const std::vector<std::string>& made) {
     std::map<std::string, std::shared_ptr<DirectoryWatcher>> watchers;
     for (const auto& folder : folders) {
         if (auto kept = watcherOf(folder.path)) {
             watchers[folder.path] = std::move(kept);
             continue;
+        }
+        // The desktop Trash is made by the first item trashed; made now, it
+        // can be watched from the start, as trashing programs would make it.
+        if (folder.kind == TrashFolder::Kind::Desktop) {
+            platform::makePrivateFolders(folder.path);
+            platform::makePrivateFolders(folder.trashDirectory + "/info");
         }
         auto watcher = DirectoryWatcher::create(folder.path);
         watcher->setDelegate(weak_from_this());
@@ -81,6 +92,15 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders) {
             if (folder.hasTrashInfo()) {
                 watcher->getFileEventQueue()->addPath(folder.trashDirectory + "/info");
             }
+        }
+        // Whatever a Trash made just now holds was trashed just now: once it
+        // has settled it is searched like a folder dropped into the Trash.
+        if (std::find(made.begin(), made.end(), folder.path) != made.end()) {
+            dispatch::MainQueue::main().after(DirectoryWatcher::kUpdateDelay,
+                                              [weak = std::weak_ptr(watcher), path = folder.path] {
+                                                  if (auto madeWatcher = weak.lock())
+                                                      madeWatcher->checkFolderForAppsWithPath(path);
+                                              });
         }
         watchers[folder.path] = std::move(watcher);
     }

@@ -58,7 +58,8 @@ public:
     std::optional<std::string> pathInOwnTrash(const std::string& path) const;
 
     void onAddedAppWithPath(const std::string& path) override;
-    void trashFoldersChanged(const std::vector<TrashFolder>& folders) override;
+    void trashFoldersChanged(const std::vector<TrashFolder>& folders,
+                             const std::vector<std::string>& made) override;
 
     // The bundle at the path if it is a genuine application that is not one of
     // the product's own; null otherwise. `name` is the name to judge it by
@@ -67,7 +68,8 @@ public:
         const std::string& path, const std::optional<std::string>& name = std::nullopt);
 
 private:
-    void watchFolders(const std::vector<TrashFolder>& folders);
+    void watchFolders(const std::vector<TrashFolder>& folders,
+                      const std::vector<std::string>& made = {});
     // The name the item at the path had before it was trashed: from the trash
     // info for an item right inside a desktop Trash, its own name otherwise.
     std::string nameBeforeTrashing(const std::string& path) const;

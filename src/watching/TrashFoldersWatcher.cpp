@@ -31,11 +31,28 @@ TrashFoldersWatcher::~TrashFoldersWatcher() {
 void TrashFoldersWatcher::reread() {
     const auto mounts = m_fnMounts();
     auto folders = TrashFolders::all(m_paths, mounts, m_nUid);
+    // A disk's Trash that is new on a disk already known was made by the
+    // first item trashed there since: that item is news. A disk plugged in
+    // brings its Trash with old items only.
+    std::vector<std::string> made;
+    for (const auto& folder : folders) {
+        const auto known = [&](const std::string& path) {
+            return std::find(m_arrMountPaths.begin(), m_arrMountPaths.end(), path) !=
+                   m_arrMountPaths.end();
+        };
+        const bool isNew =
+            std::find(m_arrFolders.begin(), m_arrFolders.end(), folder) == m_arrFolders.end();
+        if (folder.kind == TrashFolder::Kind::Volume && isNew && known(folder.topDirectory)) {
+            made.push_back(folder.path);
+        }
+    }
     const bool changed = folders != m_arrFolders;
     m_arrFolders = std::move(folders);
+    m_arrMountPaths.clear();
+    for (const auto& mount : mounts) m_arrMountPaths.push_back(mount.path);
     watchTopsWithoutTrash(mounts);
     if (!changed) return;
-    if (auto delegate = m_pDelegate.lock()) delegate->trashFoldersChanged(m_arrFolders);
+    if (auto delegate = m_pDelegate.lock()) delegate->trashFoldersChanged(m_arrFolders, made);
 }
 
 void TrashFoldersWatcher::receivedNotification(FileEventQueue&, const std::string&,

@@ -16,9 +16,12 @@
 class TrashFoldersWatcherDelegate {
 public:
     virtual ~TrashFoldersWatcherDelegate() = default;
-    // The set of Trash folders changed; `folders` is the whole new set (main
+    // The set of Trash folders changed; `folders` is the whole new set, and
+    // `made` names those of its folders that were made while their disk was
+    // watched: everything in them arrived after the agent started (main
     // thread).
-    virtual void trashFoldersChanged(const std::vector<TrashFolder>& folders) = 0;
+    virtual void trashFoldersChanged(const std::vector<TrashFolder>& folders,
+                                     const std::vector<std::string>& made) = 0;
 };
 
 // Keeps the set of Trash folders current while disks come and go: the set is
@@ -63,6 +66,7 @@ private:
     uid_t m_nUid;
     MountsSource m_fnMounts;
     std::vector<TrashFolder> m_arrFolders;
+    std::vector<std::string> m_arrMountPaths;  // the disks of the last read
     std::weak_ptr<TrashFoldersWatcherDelegate> m_pDelegate;
     std::shared_ptr<FileEventQueue> m_pTopsQueue;
     dispatch::TimerHandle m_rereadRequest;

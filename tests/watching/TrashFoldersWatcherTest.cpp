@@ -9,13 +9,17 @@ namespace {
 
 struct Recorder : TrashFoldersWatcherDelegate {
     std::vector<std::vector<TrashFolder>> sets;
-    void trashFoldersChanged(const std::vector<TrashFolder>& folders) override {
+    std::vector<std::vector<std::string>> made;
+    void trashFoldersChanged(const std::vector<TrashFolder>& folders,
+                             const std::vector<std::string>& madeNow) override {
         sets.push_back(folders);
+        made.push_back(madeNow);
     }
 };
 
-// A disk that gets its first trashed item gains a Trash in the set; once it is
-// unplugged, the Trash leaves the set.
+// A disk that gets its first trashed item gains a Trash in the set, made
+// while watched; once it is unplugged, the Trash leaves the set; plugged in
+// again, its Trash is an old one.
 TEST(TrashFoldersWatcher, FollowsADisksTrashAppearingAndTheDiskGoing) {
     watchingtest::RealMainLoop loop;
     testsupport::TempDir place;
@@ -37,6 +41,7 @@ TEST(TrashFoldersWatcher, FollowsADisksTrashAppearingAndTheDiskGoing) {
     ASSERT_EQ(recorder->sets.back().size(), 3U);
     EXPECT_EQ(recorder->sets.back().back().path, trash + "/files");
     EXPECT_EQ(recorder->sets.back().back().topDirectory, usb);
+    EXPECT_EQ(recorder->made.back(), std::vector<std::string>{trash + "/files"});
 
     mounts.clear();
     watcher->reread();
@@ -44,6 +49,13 @@ TEST(TrashFoldersWatcher, FollowsADisksTrashAppearingAndTheDiskGoing) {
     EXPECT_EQ(recorder->sets.back().size(), 2U);
     watcher->reread();  // nothing changed: nothing told
     EXPECT_EQ(recorder->sets.size(), 2U);
+
+    // A disk plugged in with a Trash of its own brings old items only.
+    mounts = {{usb, "vfat"}};
+    watcher->reread();
+    ASSERT_EQ(recorder->sets.size(), 3U);
+    EXPECT_EQ(recorder->sets.back().size(), 3U);
+    EXPECT_TRUE(recorder->made.back().empty());
 }
 
 }  // namespace
