@@ -380,6 +380,7 @@ case_same_name_twice_in_the_desktop_trash() {
   stored=$(cd "$(desktop_trash)/files" && ls -d Twin* | grep -vx Twin.app | head -n1)
   [ -n "$stored" ] || fail "gio did not store the second Twin under another name"
   expect_named "Twin" "${stored%.app}"
+  import -window root "$out/second-twin.png"
   accept
   expect_listed "$(desktop_trash)/files/$stored" "$HOME/Library/Caches/com.example.TwinTwo"
   expect_unlisted "com.example.TwinOne"
