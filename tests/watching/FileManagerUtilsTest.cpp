@@ -47,6 +47,7 @@ TEST(FileManagerUtils, ExistenceCountsLinksThemselvesAsTheTreesReaderDoes) {
         bool directory = !leadsToFolder;  // must be overwritten either way
         EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(path, &directory), exists);
         EXPECT_EQ(directory, leadsToFolder);
+        EXPECT_EQ(fm::fileExistsWithoutTraversingSymbolicLinkAtPath(path, nullptr), exists);
         EXPECT_EQ(fm::isFileAtPathSymbolicLink(path), link);
         EXPECT_FALSE(fm::isFileLocked(path));
         const auto entry = platform::DirectoryReader::disk()->entryAt(path);
