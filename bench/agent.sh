@@ -6,8 +6,10 @@
 #   - idle: after start-up has settled, the CPU time the agent takes over
 #     AGENT_IDLE_SECONDS (default 60), read from /proc, and its resident memory
 #   - move to window: for each of AGENT_ROUNDS (default 7) new applications,
-#     the time from the rename into the Trash to the agent's window being on
+#     the time from the rename into ~/.Trash to the agent's window being on
 #     screen, less the 2 s quiet period the Trash watcher waits by design
+#   - gio trash to window: the same from `gio trash` (the desktop Trash, as
+#     the desktop's file manager trashes) returning
 #
 # Prints one "name: value" line per figure. The bundle comes from the build
 # folder in SWEEPWELL_BUILD_DIR (default build/default).
@@ -48,27 +50,36 @@ after=$(cpu_ticks)
 idle_rss=$(resident_kib)
 
 rounds=${AGENT_ROUNDS:-7}
-: >"$AGENT_LOG/latencies"
-for ((round = 1; round <= rounds; round++)); do
-  name="Bench App $round"
-  make_app "$HOME/Downloads" "$name" "com.example.BenchApp$round"
-  blob "$HOME/Library/Caches/com.example.BenchApp$round/Cache.db" 2000
+# One round: a new application, trashed by "$1" (a function given its path),
+# timed from the trashing command's return to the window on screen.
+measure_round() {  # trash function, round, file for the latency
+  local name="Bench App $2 $1" id="com.example.BenchApp$2$1" started shown deadline
+  make_app "$HOME/Downloads" "$name" "$id"
+  blob "$HOME/Library/Caches/$id/Cache.db" 2000
+  "$1" "$HOME/Downloads/$name.app"
   started=$(now_ns)
-  mv "$HOME/Downloads/$name.app" "$HOME/.Trash/"
   # Polled without pause: the resolution is one xdotool call, a few ms.
   deadline=$((started + 20000000000))
   until find_window; do
-    [ "$(now_ns)" -lt $deadline ] || { echo "agent: error no window in round $round" >&2; exit 1; }
+    [ "$(now_ns)" -lt $deadline ] || { echo "agent: error no window in round $2 ($1)" >&2; exit 1; }
   done
   shown=$(now_ns)
-  echo $(((shown - started) / 1000000 - 2000)) >>"$AGENT_LOG/latencies"
+  echo $(((shown - started) / 1000000 - 2000)) >>"$3"
   # Dismiss it as a user would, so that the next round opens a new window.
   sleep 0.5
   eval "$(xdotool getwindowgeometry --shell "$window")"
   xdotool mousemove --window "$window" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
   wait_for 10 sh -c "[ -z \"\$(xdotool search --onlyvisible --pid $agent_pid 2>/dev/null)\" ]" ||
-    { echo "agent: error the window stayed in round $round" >&2; exit 1; }
+    { echo "agent: error the window stayed in round $2 ($1)" >&2; exit 1; }
   sleep 1
+}
+into_home_trash() { mv "$1" "$HOME/.Trash/"; }
+into_desktop_trash() { gio trash "$1"; }
+: >"$AGENT_LOG/latencies"
+: >"$AGENT_LOG/desktop-latencies"
+for ((round = 1; round <= rounds; round++)); do
+  measure_round into_home_trash "$round" "$AGENT_LOG/latencies"
+  measure_round into_desktop_trash "$round" "$AGENT_LOG/desktop-latencies"
 done
 busy_rss=$(resident_kib)
 
@@ -78,4 +89,7 @@ awk -v t=$((after - before)) -v hz="$ticks_per_second" -v s="$idle_seconds" \
 awk -v k="$idle_rss" 'BEGIN { printf "agent idle resident memory: %.1f MiB\n", k / 1024 }'
 awk -v k="$busy_rss" -v n="$rounds" 'BEGIN { printf "agent resident memory after %d notifications: %.1f MiB\n", n, k / 1024 }'
 echo "agent move to window beyond the quiet period median: $(median <"$AGENT_LOG/latencies") ms"
-echo "agent move to window beyond the quiet period range: $(sort -n "$AGENT_LOG/latencies" | sed -n '1p;$p' | paste -sd' ' | awk '{ print $1 " to " $2 }') ms"
+echo "agent gio trash to window beyond the quiet period median: $(median <"$AGENT_LOG/desktop-latencies") ms"
+range() { sort -n "$1" | sed -n '1p;$p' | paste -sd' ' | awk '{ print $1 " to " $2 }'; }
+echo "agent move to window beyond the quiet period range: $(range "$AGENT_LOG/latencies") ms"
+echo "agent gio trash to window beyond the quiet period range: $(range "$AGENT_LOG/desktop-latencies") ms"

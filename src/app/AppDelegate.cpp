@@ -25,7 +25,10 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::startWatching() {
-    m_pTrashWatcher = AppsInTrashWatcher::create(weak_from_this(), m_environment.trashDirectory);
+    m_pTrashWatcher =
+        m_environment.trashDirectory
+            ? AppsInTrashWatcher::create(weak_from_this(), *m_environment.trashDirectory)
+            : AppsInTrashWatcher::create(weak_from_this());
 }
 
 bool AppDelegate::openFile(const std::string& path) {
@@ -93,13 +96,14 @@ void AppDelegate::onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bun
     const auto ownPath = m_environment.ownBundlePath ? m_environment.ownBundlePath() : std::nullopt;
     if (!ownPath || !platform::fileExistsAtPath(*ownPath)) return;
 
-    const std::string trash = m_environment.trashDirectory + "/";
-    const std::string& path = bundle->path();
-    if (path.starts_with(trash)) {
-        const std::string relative = path.substr(trash.size());
+    // Names are excluded in the user's own Trash folders only, by the name the
+    // item is stored under there; a disk's Trash is never excluded.
+    const auto relative =
+        m_pTrashWatcher ? m_pTrashWatcher->pathInOwnTrash(bundle->path()) : std::nullopt;
+    if (relative) {
         for (auto excluder = m_arrExcluders.rbegin(); excluder != m_arrExcluders.rend();
              ++excluder) {
-            if ((*excluder)->isExcludedName(relative)) return;
+            if ((*excluder)->isExcludedName(*relative)) return;
         }
     }
     if (m_pRichNotificationWC) m_pRichNotificationWC->showNotificationForApp(bundle);

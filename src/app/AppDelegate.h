@@ -36,7 +36,9 @@ public:
     // agent's.
     struct Environment {
         std::function<std::shared_ptr<NotificationPresenter>()> createNotificationPresenter;
-        std::string trashDirectory;
+        // The one folder watched as ~/.Trash; every Trash folder of the user
+        // (the desktop's and each disk's too) when unset.
+        std::optional<std::string> trashDirectory;
         std::function<std::optional<std::string>()> ownBundlePath;
         // Starts the Update restarter; nothing when empty.
         std::function<void()> startUpdateRestarter;

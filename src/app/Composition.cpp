@@ -109,7 +109,6 @@ AppDelegate::Environment appDelegateEnvironment() {
         return std::make_shared<NotificationWindowPresenter>(createNotificationWindow(
             notificationEnvironment(), PathsGenerator::GetInstance(), nullptr));
     };
-    environment.trashDirectory = PathsGenerator::GetInstance().buildTrashDirectory();
     environment.ownBundlePath = []() -> std::optional<std::string> {
         auto bundle = platform::Bundle::mainBundle();
         if (!bundle) return std::nullopt;

@@ -41,6 +41,13 @@ bool isApplicationAtPath(const std::optional<std::string>& path) {
     return path && !path->empty() && isApplication(*path);
 }
 
+bool isApplicationAtPath(const std::string& path, const std::string& name) {
+    bool isDirectory = false;
+    const std::string extension = platform::PathUtils::pathExtension(name);
+    return extension.size() == 3 && StringUtils::hasCaseInsensitiveSuffix(extension, "app") &&
+           platform::fileExistsAtPath(path, &isDirectory) && isDirectory;
+}
+
 bool isApplicationAtURL(const std::optional<std::string>& fileUrl) {
     if (!fileUrl) return false;
     static const std::string kScheme = "file://";

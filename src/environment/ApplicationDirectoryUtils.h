@@ -9,6 +9,9 @@ namespace ApplicationDirectoryUtils {
 
 // False for nil.
 bool isApplicationAtPath(const std::optional<std::string>& path);
+// The same for a folder judged by the name it had before it was stored under
+// another one (a Trash renames what it holds to keep names unique).
+bool isApplicationAtPath(const std::string& path, const std::string& name);
 // The URL form; a file URL is taken as its path. False for nil.
 bool isApplicationAtURL(const std::optional<std::string>& fileUrl);
 

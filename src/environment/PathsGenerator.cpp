@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "environment/StringUtils.h"
+#include "environment/TrashFolders.h"
 #include "platform/Bundle.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
@@ -60,8 +61,16 @@ PathsGenerator::PathsGenerator(std::string userName, std::string homeDirectory,
         stringByAppendingPathComponent(m_sUserLibraryDirectory, "PreferencePanes");
 }
 
+std::optional<std::string> PathsGenerator::buildHomeTrashDirectory() const {
+    if (!m_sSystemApplicationSupportDirectory || m_sSystemApplicationSupportDirectory->empty()) {
+        return std::nullopt;
+    }
+    return platform::PathUtils::stringByAppendingPathComponent(
+        *m_sSystemApplicationSupportDirectory, "Trash");
+}
+
 bool PathsGenerator::pathInTrash(const std::optional<std::string>& path) const {
-    return path && StringUtils::isInFolder(*path, m_sUserTrashDirectory);
+    return path && TrashFolders::isInAnyTrash(*this, *path);
 }
 
 std::optional<std::string> PathsGenerator::buildApplicationFolderPathInApplicationSupport() const {

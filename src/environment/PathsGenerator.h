@@ -17,7 +17,9 @@ public:
     const std::string& userName() const { return m_sUserName; }
     const std::string& getHomeDirectory() const { return m_sHomeDirectory; }
     const std::string& buildTrashDirectory() const { return m_sUserTrashDirectory; }
-    const std::string& buildUserApplicationsDirectory() const { return m_sUserApplicationDirectory; }
+    const std::string& buildUserApplicationsDirectory() const {
+        return m_sUserApplicationDirectory;
+    }
     const std::string& buildUserDownloadsDirectory() const { return m_sUserDownloadsDirectory; }
     const std::string& buildUserLibraryDirectory() const { return m_sUserLibraryDirectory; }
     const std::string& buildUserApplicationSupportDirectory() const {
@@ -27,13 +29,19 @@ public:
         return m_sUserPreferencePanesDirectory;
     }
 
-    // Whether the path lies inside the Trash folder; false for nil.
+    // The home desktop Trash (the folder holding "files" and "info") under the
+    // XDG data folder; nil when that folder is unknown.
+    std::optional<std::string> buildHomeTrashDirectory() const;
+
+    // Whether the path lies inside a Trash folder, any of them (see
+    // TrashFolders); false for nil.
     bool pathInTrash(const std::optional<std::string>& path) const;
     // The system's per-user application-support folder joined with the
     // running program's bundle identifier; nil when either is unknown.
     std::optional<std::string> buildApplicationFolderPathInApplicationSupport() const;
     // That folder joined with `name`, created with its parents; nil without a base.
-    std::optional<std::string> buildFolderInApplicationSupportWithName(const std::string& name) const;
+    std::optional<std::string> buildFolderInApplicationSupportWithName(
+        const std::string& name) const;
     // "~/x" becomes the home folder joined with "x"; anything else, a bare "~"
     // and "~user/..." included, is answered unchanged.
     std::string expandTildeInPath(const std::string& path) const;

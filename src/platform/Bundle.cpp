@@ -92,4 +92,9 @@ const PlistValue* Bundle::objectForInfoDictionaryKey(const std::string& key) con
     return it == m_arrInfoDictionary.end() ? nullptr : &it->second;
 }
 
+std::string Bundle::nameBeforeTrashing() const {
+    return m_sNameBeforeTrashing.empty() ? PathUtils::lastPathComponent(m_sPath)
+                                         : m_sNameBeforeTrashing;
+}
+
 }  // namespace platform

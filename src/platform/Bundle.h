@@ -41,11 +41,17 @@ public:
     // The Info.plist value for the key; null when absent.
     const PlistValue* objectForInfoDictionaryKey(const std::string& key) const;
 
+    // The folder's name before it was trashed: a desktop Trash may store
+    // "Notes.app" as "Notes.2.app". The folder's own name unless set.
+    std::string nameBeforeTrashing() const;
+    void setNameBeforeTrashing(std::string name) { m_sNameBeforeTrashing = std::move(name); }
+
 private:
     std::optional<std::string> stringForKey(const std::string& key) const;
 
     std::string m_sPath;
     PlistDictionary m_arrInfoDictionary;
+    std::string m_sNameBeforeTrashing;
 };
 
 }  // namespace platform

@@ -86,9 +86,8 @@ std::shared_ptr<SimpleRemainsInfo> SimpleRemainsInfo::create(
         new SimpleRemainsInfo(std::move(listener), std::move(calculation)));
     info->m_sBundleID = bundle->bundleIdentifier();
     // The executable's name, or the bundle folder's name without its extension.
-    info->m_sBundleName =
-        bundle->executableName().value_or(platform::PathUtils::stringByDeletingPathExtension(
-            platform::PathUtils::lastPathComponent(bundle->path())));
+    info->m_sBundleName = bundle->executableName().value_or(
+        platform::PathUtils::stringByDeletingPathExtension(bundle->nameBeforeTrashing()));
     info->addBundle(bundle);
     info->findRemains(paths);
     for (const auto& item : info->m_arrRemainsObjectPaths) info->addSizeOfPath(item->path());

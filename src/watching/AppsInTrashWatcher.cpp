@@ -1,48 +1,166 @@
 #include "watching/AppsInTrashWatcher.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 
+#include "dispatch/MainQueue.h"
 #include "environment/ApplicationDirectoryUtils.h"
 #include "environment/PathsGenerator.h"
+#include "environment/StringUtils.h"
+#include "platform/FileSystem.h"
+#include "platform/PathUtils.h"
+#include "platform/TrashInfo.h"
 #include "watching/BundleExcludeList.h"
 
 std::shared_ptr<AppsInTrashWatcher> AppsInTrashWatcher::create(
     std::weak_ptr<AppsInTrashWatcherListener> listener) {
-    return create(std::move(listener), PathsGenerator::GetInstance().buildTrashDirectory());
+    return create(std::move(listener),
+                  TrashFoldersWatcher::create(PathsGenerator::GetInstance(), ::getuid()));
 }
 
 std::shared_ptr<AppsInTrashWatcher> AppsInTrashWatcher::create(
     std::weak_ptr<AppsInTrashWatcherListener> listener, std::string trashPath) {
-    auto watcher =
-        std::make_shared<AppsInTrashWatcher>(Private{}, std::move(listener), std::move(trashPath));
-    watcher->startWatching();
+    auto watcher = std::make_shared<AppsInTrashWatcher>(Private{}, std::move(listener));
+    watcher->watchFolders({{TrashFolder::Kind::Home, std::move(trashPath), {}, {}}});
     return watcher;
 }
 
-AppsInTrashWatcher::AppsInTrashWatcher(Private, std::weak_ptr<AppsInTrashWatcherListener> listener,
-                                       std::string trashPath)
-    : m_pListener(std::move(listener)), m_sTrashPath(std::move(trashPath)) {}
+std::shared_ptr<AppsInTrashWatcher> AppsInTrashWatcher::create(
+    std::weak_ptr<AppsInTrashWatcherListener> listener,
+    std::shared_ptr<TrashFoldersWatcher> folders) {
+    auto watcher = std::make_shared<AppsInTrashWatcher>(Private{}, std::move(listener));
+    watcher->m_pFoldersWatcher = std::move(folders);
+    watcher->m_pFoldersWatcher->setDelegate(watcher);
+    watcher->watchFolders(watcher->m_pFoldersWatcher->folders());
+    return watcher;
+}
 
-void AppsInTrashWatcher::startWatching() {
-    // Only this one Trash is watched; those of other volumes are not.
-    m_pTrashWatcher = DirectoryWatcher::create(m_sTrashPath);
-    m_pTrashWatcher->setDelegate(weak_from_this());
-    // Without kernel events nothing new in the Trash is ever seen; the agent
-    // goes on with its other work.
-    if (!m_pTrashWatcher->isWatching()) {
-        std::fprintf(stderr, "AppsInTrashWatcher: no file event queue; the Trash is not watched\n");
+AppsInTrashWatcher::AppsInTrashWatcher(Private, std::weak_ptr<AppsInTrashWatcherListener> listener)
+    : m_pListener(std::move(listener)) {}
+
+std::shared_ptr<DirectoryWatcher> AppsInTrashWatcher::getTrashWatcher() const {
+    return m_arrFolders.empty() ? nullptr : watcherOf(m_arrFolders.front().path);
+}
+
+std::shared_ptr<DirectoryWatcher> AppsInTrashWatcher::watcherOf(const std::string& folder) const {
+    const auto found = m_arrWatchers.find(folder);
+    return found == m_arrWatchers.end() ? nullptr : found->second;
+}
+
+void AppsInTrashWatcher::trashFoldersChanged(const std::vector<TrashFolder>& folders,
+                                             const std::vector<std::string>& made) {
+    watchFolders(folders, made);
+}
+
+// One watcher per folder; a folder that stays keeps its watcher (and so what
+// it already knows), one that leaves the set is dropped without a word.
+void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
+                                      const std::vector<std::string>& made) {
+    std::map<std::string, std::shared_ptr<DirectoryWatcher>> watchers;
+    for (const auto& folder : folders) {
+        if (auto kept = watcherOf(folder.path)) {
+            watchers[folder.path] = std::move(kept);
+            continue;
+        }
+        // The desktop Trash is made by the first item trashed; made now, it
+        // can be watched from the start, as trashing programs would make it.
+        if (folder.kind == TrashFolder::Kind::Desktop) {
+            platform::makePrivateFolders(folder.path);
+            platform::makePrivateFolders(folder.trashDirectory + "/info");
+        }
+        auto watcher = DirectoryWatcher::create(folder.path);
+        watcher->setDelegate(weak_from_this());
+        if (folder.hasTrashInfo()) {
+            watcher->setNameOfItem([weak = weak_from_this()](const std::string& path) {
+                const auto self = weak.lock();
+                return self ? self->nameBeforeTrashing(path)
+                            : platform::PathUtils::lastPathComponent(path);
+            });
+        }
+        // Without kernel events nothing new in this folder is ever seen; the
+        // agent goes on with its other work.
+        if (!watcher->isWatching()) {
+            std::fprintf(stderr, "AppsInTrashWatcher: %s is not watched (no file event queue)\n",
+                         folder.path.c_str());
+        } else {
+            std::fprintf(stderr, "AppsInTrashWatcher: watching the Trash folder %s\n",
+                         folder.path.c_str());
+            // Some programs write the trash info after the item: its arrival
+            // pushes the folder's re-read back like any change of the folder.
+            if (folder.hasTrashInfo()) {
+                watcher->getFileEventQueue()->addPath(folder.trashDirectory + "/info");
+            }
+        }
+        // Whatever a Trash made just now holds was trashed just now: once it
+        // has settled it is searched like a folder dropped into the Trash.
+        if (std::find(made.begin(), made.end(), folder.path) != made.end()) {
+            dispatch::MainQueue::main().after(DirectoryWatcher::kUpdateDelay,
+                                              [weak = std::weak_ptr(watcher), path = folder.path] {
+                                                  if (auto madeWatcher = weak.lock())
+                                                      madeWatcher->checkFolderForAppsWithPath(path);
+                                              });
+        }
+        watchers[folder.path] = std::move(watcher);
     }
+    for (const auto& [path, watcher] : m_arrWatchers) {
+        if (!watchers.count(path)) {
+            std::fprintf(stderr, "AppsInTrashWatcher: no longer watching %s\n", path.c_str());
+        }
+    }
+    m_arrWatchers = std::move(watchers);
+    m_arrFolders = folders;
+}
+
+std::optional<std::string> AppsInTrashWatcher::pathInOwnTrash(const std::string& path) const {
+    const TrashFolder* folder = TrashFolders::folderHolding(m_arrFolders, path);
+    if (!folder || folder->kind == TrashFolder::Kind::Volume) return std::nullopt;
+    return path.substr(folder->path.size() + 1);
+}
+
+std::string AppsInTrashWatcher::nameBeforeTrashing(const std::string& path) const {
+    const std::string stored = platform::PathUtils::lastPathComponent(path);
+    const TrashFolder* folder = TrashFolders::folderHolding(m_arrFolders, path);
+    if (!folder || !folder->hasTrashInfo() ||
+        platform::PathUtils::stringByDeletingLastPathComponent(path) != folder->path) {
+        return stored;
+    }
+    const auto info = platform::TrashInfo::readForItem(folder->trashDirectory, stored);
+    return info ? info->originalName().value_or(stored) : stored;
 }
 
 void AppsInTrashWatcher::onAddedAppWithPath(const std::string& path) {
-    auto bundle = isReallyAppBundlePath(path);
-    if (!bundle) return;
-    if (auto listener = m_pListener.lock()) listener->onAppMovedToTrash(bundle);
+    if (handOnIfWhole(path)) return;
+    // Named like an application but not loadable yet: it may still be on its way in.
+    if (!m_pIncomplete) {
+        m_pIncomplete = IncompleteArrivals::create(
+            [weak = std::weak_ptr<AppsInTrashWatcher>(weak_from_this())](const std::string& at) {
+                const auto self = weak.lock();
+                return !self || self->handOnIfWhole(at);
+            });
+    }
+    m_pIncomplete->add(path);
+}
+
+bool AppsInTrashWatcher::handOnIfWhole(const std::string& path) {
+    const std::string name = nameBeforeTrashing(path);
+    if (!ApplicationDirectoryUtils::isApplicationAtPath(path, name)) return true;  // never will be
+    auto bundle = platform::Bundle::bundleWithPath(path);
+    if (!bundle || !bundle->bundleIdentifier()) return false;
+    if (auto genuine = isReallyAppBundlePath(path, name)) {
+        genuine->setNameBeforeTrashing(name);
+        if (auto listener = m_pListener.lock()) listener->onAppMovedToTrash(genuine);
+    }
+    return true;
 }
 
 std::shared_ptr<platform::Bundle> AppsInTrashWatcher::isReallyAppBundlePath(
-    const std::string& path) {
-    if (!ApplicationDirectoryUtils::isApplicationAtPath(path)) return nullptr;
+    const std::string& path, const std::optional<std::string>& name) {
+    if (!ApplicationDirectoryUtils::isApplicationAtPath(
+            path, name.value_or(platform::PathUtils::lastPathComponent(path)))) {
+        return nullptr;
+    }
     if (ApplicationDirectoryUtils::parentBundlePathForPath(path)) return nullptr;
     auto bundle = platform::Bundle::bundleWithPath(path);
     if (!bundle) return nullptr;

@@ -1,10 +1,16 @@
 #pragma once
 
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
+#include "environment/TrashFolders.h"
 #include "platform/Bundle.h"
 #include "watching/DirectoryWatcher.h"
+#include "watching/IncompleteArrivals.h"
+#include "watching/TrashFoldersWatcher.h"
 
 class AppsInTrashWatcherListener {
 public:
@@ -14,33 +20,65 @@ public:
     virtual void onAppMovedToTrash(const std::shared_ptr<platform::Bundle>& bundle) = 0;
 };
 
-// Watches the user's Trash and hands each genuine application bundle that
-// arrives there to the listener: stand-alone, loadable, with an identifier,
-// and not one of the product's own. Main-thread only.
+// Watches the Trash folders and hands each genuine application bundle that
+// arrives in one of them to the listener: stand-alone, loadable, with an
+// identifier, and not one of the product's own. An item of a desktop Trash is
+// judged by the name it had before it was trashed (its trash info says it),
+// so "Notes.app (1)" is an application when it was "Notes.app". A bundle that
+// is not whole yet when its folder settles is waited for (IncompleteArrivals).
+// Main-thread only.
 class AppsInTrashWatcher final : public DirectoryWatcherDelegate,
+                                 public TrashFoldersWatcherDelegate,
                                  public std::enable_shared_from_this<AppsInTrashWatcher> {
     struct Private {};
 
 public:
-    // Watches the Trash of the user's home folder.
+    // Watches every Trash folder of the user, following disks as they come
+    // and go.
     static std::shared_ptr<AppsInTrashWatcher> create(
         std::weak_ptr<AppsInTrashWatcherListener> listener);
-    // Watches the given folder as the Trash.
+    // Watches the given folder as the user's ~/.Trash.
     static std::shared_ptr<AppsInTrashWatcher> create(
         std::weak_ptr<AppsInTrashWatcherListener> listener, std::string trashPath);
-    AppsInTrashWatcher(Private, std::weak_ptr<AppsInTrashWatcherListener> listener,
-                       std::string trashPath);
+    // Watches the folders that `folders` keeps current.
+    static std::shared_ptr<AppsInTrashWatcher> create(
+        std::weak_ptr<AppsInTrashWatcherListener> listener,
+        std::shared_ptr<TrashFoldersWatcher> folders);
+    AppsInTrashWatcher(Private, std::weak_ptr<AppsInTrashWatcherListener> listener);
 
-    void startWatching();
-    const std::shared_ptr<DirectoryWatcher>& getTrashWatcher() const { return m_pTrashWatcher; }
+    // The watcher of the first folder (~/.Trash when it is watched).
+    std::shared_ptr<DirectoryWatcher> getTrashWatcher() const;
+    // The watcher of one folder, or null.
+    std::shared_ptr<DirectoryWatcher> watcherOf(const std::string& folder) const;
+    const std::vector<TrashFolder>& folders() const { return m_arrFolders; }
+
+    // Where the path lies in one of the user's own Trash folders (~/.Trash,
+    // the home desktop Trash): the rest of the path after that folder. nullopt
+    // for a path elsewhere, a disk's Trash included.
+    std::optional<std::string> pathInOwnTrash(const std::string& path) const;
 
     void onAddedAppWithPath(const std::string& path) override;
+    void trashFoldersChanged(const std::vector<TrashFolder>& folders,
+                             const std::vector<std::string>& made) override;
+
     // The bundle at the path if it is a genuine application that is not one of
-    // the product's own; null otherwise.
-    static std::shared_ptr<platform::Bundle> isReallyAppBundlePath(const std::string& path);
+    // the product's own; null otherwise. `name` is the name to judge it by
+    // (its own when not given).
+    static std::shared_ptr<platform::Bundle> isReallyAppBundlePath(
+        const std::string& path, const std::optional<std::string>& name = std::nullopt);
 
 private:
+    void watchFolders(const std::vector<TrashFolder>& folders,
+                      const std::vector<std::string>& made = {});
+    // The name the item at the path had before it was trashed: from the trash
+    // info for an item right inside a desktop Trash, its own name otherwise.
+    std::string nameBeforeTrashing(const std::string& path) const;
+    // Hands the bundle on when it is whole; false when it is not yet.
+    bool handOnIfWhole(const std::string& path);
+
     std::weak_ptr<AppsInTrashWatcherListener> m_pListener;
-    std::string m_sTrashPath;
-    std::shared_ptr<DirectoryWatcher> m_pTrashWatcher;
+    std::shared_ptr<TrashFoldersWatcher> m_pFoldersWatcher;
+    std::vector<TrashFolder> m_arrFolders;
+    std::map<std::string, std::shared_ptr<DirectoryWatcher>> m_arrWatchers;
+    std::shared_ptr<IncompleteArrivals> m_pIncomplete;
 };

@@ -4,6 +4,7 @@
 
 #include "dispatch/MainQueue.h"
 #include "environment/ApplicationDirectoryUtils.h"
+#include "platform/PathUtils.h"
 
 std::shared_ptr<DirectoryWatcher> DirectoryWatcher::create(const std::string& path) {
     return create(path, platform::DirectoryReader::disk(), [] { return FileEventQueue::create(); });
@@ -90,7 +91,9 @@ void DirectoryWatcher::onAddedFileItem(const std::shared_ptr<FileItem>& item,
 bool DirectoryWatcher::notifyIsFileItemIsApp(const std::shared_ptr<FileItem>& item) {
     if (!item || !item->isDir()) return false;
     const std::string path = item->buildFullPath();
-    if (!ApplicationDirectoryUtils::isApplicationAtPath(path) ||
+    const std::string name =
+        m_fnNameOf ? m_fnNameOf(path) : platform::PathUtils::lastPathComponent(path);
+    if (!ApplicationDirectoryUtils::isApplicationAtPath(path, name) ||
         ApplicationDirectoryUtils::parentBundlePathForPath(path)) {
         return false;
     }

@@ -55,6 +55,11 @@ public:
     void setDelegate(std::weak_ptr<DirectoryWatcherDelegate> delegate) {
         m_pDelegate = std::move(delegate);
     }
+    // How an item's name is read when it is judged: a Trash may store an
+    // item under another name than it had. The item's own name when unset.
+    void setNameOfItem(std::function<std::string(const std::string& path)> nameOf) {
+        m_fnNameOf = std::move(nameOf);
+    }
     // The queue that reports changes of the folder (null if none could be made).
     const std::shared_ptr<FileEventQueue>& getFileEventQueue() const { return m_pFileEventQueue; }
 
@@ -90,6 +95,7 @@ private:
     std::shared_ptr<FileItem> m_pPathTree;
     std::shared_ptr<FileEventQueue> m_pFileEventQueue;
     std::weak_ptr<DirectoryWatcherDelegate> m_pDelegate;
+    std::function<std::string(const std::string& path)> m_fnNameOf;
     bool m_bIsWatching = false;
     dispatch::TimerHandle m_updateRequest;
 };

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "environment/PathsGenerator.h"
 #include "platform/FileResources.h"
 #include "platform/FileSystem.h"
 #include "platform/PasswordDatabase.h"
@@ -91,7 +92,7 @@ bool isFileInTrash(const std::optional<std::string>& path, const std::string& tr
 }
 
 bool isFileInTrash(const std::optional<std::string>& path) {
-    return path && isFileInTrash(path, getTrashPath());
+    return PathsGenerator::GetInstance().pathInTrash(path);
 }
 
 bool isFileLocked(const std::optional<std::string>& path) {

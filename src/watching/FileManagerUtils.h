@@ -31,9 +31,10 @@ std::string getTrashPath();
 // The same under the given data folder, looked up (and created) each time.
 std::string getTrashPath(const std::string& dataHome);
 
-// Whether the path starts with the Trash path (trailing "/" included, so the
-// Trash folder itself is not in it). False for nil or when the Trash is not
-// known. The second form is given the Trash path.
+// Whether the path lies in a Trash folder, any of them (~/.Trash, the desktop
+// Trash, a disk's; see TrashFolders). The second form asks whether it starts
+// with the given Trash path (trailing "/" included, so the Trash folder itself
+// is not in it). False for nil or when the Trash is not known.
 bool isFileInTrash(const std::optional<std::string>& path);
 bool isFileInTrash(const std::optional<std::string>& path, const std::string& trashPath);
 

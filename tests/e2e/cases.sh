@@ -15,6 +15,11 @@ cases=(
   hostile_names_list_only_their_own
   name_not_utf8_leaves_the_rest_of_the_list
   second_start_forwards_without_a_runtime_folder
+  gio_trash_is_noticed
+  same_name_twice_in_the_desktop_trash
+  item_before_its_trash_info
+  bundle_copied_in_slowly
+  disk_trash_after_the_start
 )
 
 fail() {
@@ -52,6 +57,24 @@ trash() { local name; for name; do mv "$HOME/Downloads/$name.app" "$HOME/.Trash/
 # seen it go: out and in again within its quiet period would look like no
 # change at all.
 untrash_and_settle() { mv "$HOME/.Trash/$1.app" "$HOME/Downloads/"; sleep 2.5; }
+
+# Trashes as the desktop's file manager does: into the desktop Trash, with
+# the item's trash info.
+gtrash() { local name; for name; do gio trash "$HOME/Downloads/$name.app" || fail "gio trash $name"; done; }
+desktop_trash() { printf '%s' "$HOME/.local/share/Trash"; }
+# An application that names no executable: the window must name it by its
+# folder's name before trashing.
+app_without_executable() {  # name, identifier
+  app "$1" "$2"
+  sed -i '/CFBundleExecutable/d' "$HOME/Downloads/$1.app/Contents/Info.plist"
+}
+# Fails unless the window's name (what it says) names the application as
+# given and not as stored.
+expect_named() {  # name, stored name
+  local says
+  says=$(xdotool getwindowname "$window" 2>/dev/null)
+  [[ $says == *"$1"* && $says != *"$2"* ]] || fail "the window says \"$says\", not \"$1\""
+}
 
 no_window() { ! find_window; }
 expect_window() { wait_for 15 find_window || fail "no notification appeared: $*"; }
@@ -326,4 +349,98 @@ case_second_start_forwards_without_a_runtime_folder() {
   [ -z "$(ls -A "$XDG_RUNTIME_DIR")" ] || fail "something was made in the runtime folder that is not ours"
   trash "Forwarded App"
   expect_silence 6 "for the name the forwarded command excluded"
+}
+
+case_gio_trash_is_noticed() {
+  start_session
+  app "Desk Notes" com.example.DeskNotes
+  grep -q "watching the Trash folder $(desktop_trash)/files" "$out/agent.log" ||
+    fail "the agent does not say it watches the desktop Trash"
+  gtrash "Desk Notes"
+  expect_window "for an application trashed with gio"
+  accept
+  expect_listed "$(desktop_trash)/files/Desk Notes.app" "$HOME/Library/Caches/com.example.DeskNotes" \
+    "$HOME/Library/Preferences/com.example.DeskNotes.plist"
+}
+
+# The second is stored under another name (Twin.2.app); both are announced
+# under their own name.
+case_same_name_twice_in_the_desktop_trash() {
+  start_session
+  app_without_executable Twin com.example.TwinOne
+  gtrash Twin
+  expect_window "for the first Twin"
+  expect_named "Twin" "Twin.app"
+  accept
+  expect_listed "$(desktop_trash)/files/Twin.app" "$HOME/Library/Caches/com.example.TwinOne"
+  app_without_executable Twin com.example.TwinTwo
+  gtrash Twin
+  expect_window "for the second Twin"
+  local stored
+  stored=$(cd "$(desktop_trash)/files" && ls -d Twin* | grep -vx Twin.app | head -n1)
+  [ -n "$stored" ] || fail "gio did not store the second Twin under another name"
+  expect_named "Twin" "${stored%.app}"
+  import -window root "$out/second-twin.png"
+  accept
+  expect_listed "$(desktop_trash)/files/$stored" "$HOME/Library/Caches/com.example.TwinTwo"
+  expect_unlisted "com.example.TwinOne"
+}
+
+# As some programs trash: the item is renamed into files/ first, under a name
+# that is not an application's, and its trash info is written after it.
+case_item_before_its_trash_info() {
+  start_session
+  app_without_executable "Late Info" com.example.LateInfo
+  mkdir -p "$(desktop_trash)/files" "$(desktop_trash)/info"
+  mv "$HOME/Downloads/Late Info.app" "$(desktop_trash)/files/Late Info.app-0001"
+  sleep 0.3
+  printf '[Trash Info]\nPath=%s\nDeletionDate=%s\n' "$HOME/Downloads/Late%20Info.app" \
+    "$(date +%Y-%m-%dT%H:%M:%S)" >"$(desktop_trash)/info/Late Info.app-0001.trashinfo"
+  expect_window "for an item whose trash info came after it"
+  expect_named "Late Info" "Late Info.app-0001"
+  accept
+  expect_listed "$(desktop_trash)/files/Late Info.app-0001" "$HOME/Library/Caches/com.example.LateInfo"
+}
+
+# Copied in rather than renamed: the Info.plist arrives 3 s after the folder,
+# after the Trash's quiet period has ended.
+case_bundle_copied_in_slowly() {
+  start_session
+  app "Slow Copy" com.example.SlowCopy
+  local source="$HOME/Downloads/Slow Copy.app" target="$HOME/.Trash/Slow Copy.app"
+  mkdir -p "$target/Contents/MacOS"
+  cp "$source/Contents/MacOS/Slow Copy" "$target/Contents/MacOS/"
+  sleep 3
+  no_window || fail "a window for a bundle without its Info.plist"
+  cp "$source/Contents/Info.plist" "$target/Contents/"
+  expect_window "for a bundle whose Info.plist came 3 s after it"
+  accept
+  expect_listed "$target" "$HOME/Library/Caches/com.example.SlowCopy"
+}
+
+# A disk mounted after the agent started, trashed into as a file manager does
+# on a disk of its own: .Trash-<uid>/files with a trash info relative to the
+# disk's top folder.
+case_disk_trash_after_the_start() {
+  start_session
+  local disk="$SWEEPWELL_SANDBOX/disk" uid
+  uid=$(id -u)
+  mkdir -p "$disk"
+  mount -t tmpfs -o mode=0755 sweepwell-disk "$disk" || fail "cannot mount a tmpfs"
+  make_app "$disk" "Disk App" com.example.DiskApp
+  blob "$HOME/Library/Caches/com.example.DiskApp/Cache.db" 200
+  sleep 1
+  mkdir -p -m 0700 "$disk/.Trash-$uid"
+  mkdir -p "$disk/.Trash-$uid/files" "$disk/.Trash-$uid/info"
+  printf '[Trash Info]\nPath=Disk%%20App.app\nDeletionDate=%s\n' "$(date +%Y-%m-%dT%H:%M:%S)" \
+    >"$disk/.Trash-$uid/info/Disk App.app.trashinfo"
+  mv "$disk/Disk App.app" "$disk/.Trash-$uid/files/"
+  expect_window "for an application trashed on a disk mounted after the start"
+  accept
+  expect_listed "$disk/.Trash-$uid/files/Disk App.app" "$HOME/Library/Caches/com.example.DiskApp"
+  step "unplugged: the disk's Trash is dropped and the agent goes on"
+  umount "$disk" || fail "the agent kept the disk busy"
+  wait_for 5 grep -q "no longer watching $disk/.Trash-$uid/files" "$out/agent.log" ||
+    fail "the agent did not drop the disk's Trash"
+  agent_alive || fail "the agent ended with the disk"
 }

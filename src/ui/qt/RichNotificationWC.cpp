@@ -173,7 +173,10 @@ void RichNotificationWC::windowDidResignKey() {
 }
 
 void RichNotificationWC::updateText() {
-    m_pSubtitleLabel->setAttributedStringValue(generateAttributedString());
+    const AttributedString description = generateAttributedString();
+    m_pSubtitleLabel->setAttributedStringValue(description);
+    // Window lists and screen readers name the window by what it says.
+    m_pWindow->setWindowTitle(QString::fromStdString(description.string()));
     fitWindowToContent();
 }
 

@@ -1,0 +1,156 @@
+#include "platform/MountTable.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+
+#include "platform/FileSystem.h"
+
+namespace platform {
+
+namespace MountTable {
+
+namespace {
+
+// File systems of the kernel's own, and read-only images.
+constexpr std::string_view kIgnoredTypes[] = {
+    "proc",       "sysfs",      "devtmpfs", "devpts",   "cgroup",      "cgroup2",
+    "securityfs", "debugfs",    "tracefs",  "mqueue",   "hugetlbfs",   "pstore",
+    "bpf",        "autofs",     "configfs", "fusectl",  "binfmt_misc", "efivarfs",
+    "nsfs",       "rpc_pipefs", "squashfs", "selinuxfs"};
+
+// Bigger than any real table (thousands of mounts), small enough to read.
+constexpr std::size_t kMaxTableSize = 4 * 1024 * 1024;
+
+// The kernel writes space, tab, newline and backslash in a path as "\ooo".
+std::optional<std::string> unescaped(std::string_view field) {
+    std::string out;
+    out.reserve(field.size());
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        if (field[i] == '\0') return std::nullopt;  // the kernel never writes one
+        if (field[i] != '\\') {
+            out += field[i];
+            continue;
+        }
+        if (i + 3 >= field.size()) return std::nullopt;
+        int value = 0;
+        for (std::size_t k = 1; k <= 3; ++k) {
+            const char digit = field[i + k];
+            if (digit < '0' || digit > '7') return std::nullopt;
+            value = value * 8 + (digit - '0');
+        }
+        if (value == 0 || value > 0xFF) return std::nullopt;
+        out += static_cast<char>(value);
+        i += 3;
+    }
+    return out;
+}
+
+std::vector<std::string_view> fields(std::string_view line) {
+    std::vector<std::string_view> out;
+    while (!line.empty()) {
+        const auto start = line.find_first_not_of(' ');
+        if (start == std::string_view::npos) break;
+        line.remove_prefix(start);
+        const auto end = line.find(' ');
+        out.push_back(line.substr(0, end));
+        line = end == std::string_view::npos ? std::string_view{} : line.substr(end);
+    }
+    return out;
+}
+
+// A real folder (not a link) owned by `uid`, writable by no one else.
+bool isPrivateFolderOf(const std::string& path, uid_t uid) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == uid &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+}  // namespace
+
+std::vector<MountPoint> parse(std::string_view text) {
+    std::vector<MountPoint> out;
+    while (!text.empty()) {
+        const auto end = text.find('\n');
+        const auto line = text.substr(0, end);
+        text = end == std::string_view::npos ? std::string_view{} : text.substr(end + 1);
+        // id parent major:minor root mount-point options [optional...] - type source super
+        const auto parts = fields(line);
+        const auto separator = std::find(parts.begin(), parts.end(), "-");
+        if (separator == parts.end() || separator - parts.begin() < 6 ||
+            parts.end() - separator < 2) {
+            continue;
+        }
+        const std::string_view type = *(separator + 1);
+        if (std::find(std::begin(kIgnoredTypes), std::end(kIgnoredTypes), type) !=
+            std::end(kIgnoredTypes)) {
+            continue;
+        }
+        auto path = unescaped(parts[4]);
+        if (!path || path->front() != '/') continue;
+        out.push_back({std::move(*path), std::string(type)});
+    }
+    return out;
+}
+
+std::vector<MountPoint> current() {
+    const UniqueFd fd(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    if (!fd) return {};
+    const auto text = readToEnd(fd.get(), kMaxTableSize);
+    return text ? parse(*text) : std::vector<MountPoint>{};
+}
+
+std::optional<std::string> trashFolderOfMount(const std::string& topDirectory, uid_t uid) {
+    const std::string top = topDirectory == "/" ? "" : topDirectory;
+    const std::string shared = top + "/.Trash";
+    struct stat status {};
+    if (::lstat(shared.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+        (status.st_mode & S_ISVTX) != 0) {
+        const std::string own = shared + "/" + std::to_string(uid);
+        if (isPrivateFolderOf(own, uid)) return own;
+    }
+    const std::string own = top + "/.Trash-" + std::to_string(uid);
+    if (isPrivateFolderOf(own, uid)) return own;
+    return std::nullopt;
+}
+
+}  // namespace MountTable
+
+std::unique_ptr<MountTableChanges> MountTableChanges::create() {
+    UniqueFd table(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    UniqueFd wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!table || !wake) return nullptr;
+    return std::unique_ptr<MountTableChanges>(
+        new MountTableChanges(std::move(table), std::move(wake)));
+}
+
+MountTableChanges::MountTableChanges(UniqueFd table, UniqueFd wake)
+    : m_table(std::move(table)), m_wake(std::move(wake)) {}
+
+MountTableChanges::~MountTableChanges() = default;
+
+bool MountTableChanges::wait(std::chrono::milliseconds timeout) {
+    pollfd watched[2] = {{m_table.get(), POLLPRI, 0}, {m_wake.get(), POLLIN, 0}};
+    const int ready = ::poll(watched, 2, static_cast<int>(timeout.count()));
+    if (ready <= 0) return false;
+    if (watched[1].revents & POLLIN) {
+        std::uint64_t count = 0;
+        [[maybe_unused]] const auto ignored = ::read(m_wake.get(), &count, sizeof count);
+        return false;
+    }
+    // The kernel re-arms the event once poll has reported it.
+    return (watched[0].revents & (POLLPRI | POLLERR)) != 0;
+}
+
+void MountTableChanges::interrupt() {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto ignored = ::write(m_wake.get(), &one, sizeof one);
+}
+
+}  // namespace platform

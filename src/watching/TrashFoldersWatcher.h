@@ -1,0 +1,76 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "dispatch/TimerHandle.h"
+#include "environment/PathsGenerator.h"
+#include "environment/TrashFolders.h"
+#include "platform/MountTable.h"
+#include "watching/FileEventQueue.h"
+
+class TrashFoldersWatcherDelegate {
+public:
+    virtual ~TrashFoldersWatcherDelegate() = default;
+    // The set of Trash folders changed; `folders` is the whole new set, and
+    // `made` names those of its folders that were made while their disk was
+    // watched: everything in them arrived after the agent started (main
+    // thread).
+    virtual void trashFoldersChanged(const std::vector<TrashFolder>& folders,
+                                     const std::vector<std::string>& made) = 0;
+};
+
+// Keeps the set of Trash folders current while disks come and go: the set is
+// read again when the mount table changes, and when the top folder of a disk
+// that has no Trash of the user yet changes (the first item trashed there
+// makes one). Main-thread only, but for its own mount-table thread.
+class TrashFoldersWatcher final : public FileEventQueueDelegate,
+                                  public std::enable_shared_from_this<TrashFoldersWatcher> {
+    struct Private {};
+
+public:
+    using MountsSource = std::function<std::vector<platform::MountPoint>()>;
+
+    // How long after a change the set is read again, so that a burst of
+    // changes (a disk's partitions mounted one by one) costs one read.
+    static constexpr std::chrono::milliseconds kRereadDelay{250};
+
+    // Reads the set now; `watchMounts` starts following the mount table.
+    static std::shared_ptr<TrashFoldersWatcher> create(
+        PathsGenerator paths, uid_t uid, bool watchMounts = true,
+        MountsSource mounts = platform::MountTable::current);
+    TrashFoldersWatcher(Private, PathsGenerator paths, uid_t uid, MountsSource mounts);
+    ~TrashFoldersWatcher() override;
+
+    void setDelegate(std::weak_ptr<TrashFoldersWatcherDelegate> delegate) {
+        m_pDelegate = std::move(delegate);
+    }
+    const std::vector<TrashFolder>& folders() const { return m_arrFolders; }
+
+    // Reads the set again now and tells the delegate when it changed.
+    void reread();
+    // A change of a watched top folder.
+    void receivedNotification(FileEventQueue& queue, const std::string& name,
+                              const std::string& path) override;
+
+private:
+    void scheduleReread();
+    void watchTopsWithoutTrash(const std::vector<platform::MountPoint>& mounts);
+    void startFollowingMounts();
+
+    PathsGenerator m_paths;
+    uid_t m_nUid;
+    MountsSource m_fnMounts;
+    std::vector<TrashFolder> m_arrFolders;
+    std::vector<std::string> m_arrMountPaths;  // the disks of the last read
+    std::weak_ptr<TrashFoldersWatcherDelegate> m_pDelegate;
+    std::shared_ptr<FileEventQueue> m_pTopsQueue;
+    dispatch::TimerHandle m_rereadRequest;
+    // Shared with the mount-table thread, which may outlive this object by one wait.
+    std::shared_ptr<std::atomic<bool>> m_pKeepFollowing;
+    std::shared_ptr<platform::MountTableChanges> m_pMountChanges;
+};
