@@ -13,29 +13,22 @@
 namespace {
 
 using namespace std::chrono_literals;
-using testsupport::TempDir;
+using Names = std::vector<std::string>;
 
-class RecordingPresenter : public NotificationPresenter {
-public:
-    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
-        shown.push_back(bundle->path());
-    }
-    std::vector<std::string> shown;
-};
-
-class AppDelegateTest : public ::testing::Test {
+class AppDelegateTest : public ::testing::Test, public NotificationPresenter {
 protected:
     AppDelegateTest() : m_scope(m_queue) {
         m_home.makeDir(".Trash");
         m_home.makeDir("Helper.app/Contents");
         AppDelegate::Environment environment;
+        // The fixture outlives the delegate; the handle only lends it.
         environment.createNotificationPresenter = [this] {
-            m_arrSteps.push_back("presenter");
-            return m_presenter;
+            m_steps.push_back("presenter");
+            return std::shared_ptr<NotificationPresenter>(this, [](NotificationPresenter*) {});
         };
         environment.startUpdateRestarter = [this] {
-            m_arrSteps.push_back(delegate->trashWatcher() ? "restarter after the watcher"
-                                                          : "restarter");
+            m_steps.push_back(delegate->trashWatcher() ? "restarter after the watcher"
+                                                       : "restarter");
         };
         environment.trashDirectory = m_home / ".Trash";
         environment.ownBundlePath = [this] { return m_ownBundle; };
@@ -44,23 +37,24 @@ protected:
         delegate->applicationDidFinishLaunching();
         m_messages.messageFolder = m_home / "messages";
     }
-
-    // Arrival of an application bundle at a path relative to the home folder.
-    std::vector<std::string> arrive(const std::string& relative) {
-        m_presenter->shown.clear();
-        delegate->onAppMovedToTrash(
-            std::make_shared<platform::Bundle>(m_home / relative, platform::PlistDictionary{}));
-        return m_presenter->shown;
+    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
+        m_shown.push_back(bundle->path());
     }
 
+    // Whether the arrival of a bundle (relative to the home) is shown.
+    bool shown(const std::string& relative) {
+        m_shown.clear();
+        delegate->onAppMovedToTrash(
+            std::make_shared<platform::Bundle>(m_home / relative, platform::PlistDictionary{}));
+        return m_shown.size() == 1;
+    }
     // Opens command files and waits until their commands are applied.
-    void open(const std::vector<std::string>& paths) {
+    void open(const Names& paths) {
         delegate->openFiles(paths);
         m_commandFiles->sync([] {});
         m_queue->runUntilIdle();
     }
-
-    std::string exclude(const std::vector<std::string>& paths) {
+    std::string exclude(const Names& paths) {
         return *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths, m_messages)
                     ->saveToFile();
     }
@@ -68,8 +62,8 @@ protected:
         return *FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths(m_messages)
                     ->saveToFile();
     }
-    std::vector<std::string> prefixes() const {
-        std::vector<std::string> out;
+    Names prefixes() const {
+        Names out;
         for (const auto& excluder : delegate->excluders()) out.push_back(excluder->prefix());
         return out;
     }
@@ -79,49 +73,45 @@ protected:
     std::shared_ptr<dispatch::ManualMainQueue> m_queue =
         std::make_shared<dispatch::ManualMainQueue>();
     dispatch::ScopedMainQueue m_scope;
-    TempDir m_home;
+    testsupport::TempDir m_home;
     MessageEnvironment m_messages;
-    std::shared_ptr<RecordingPresenter> m_presenter = std::make_shared<RecordingPresenter>();
+    Names m_shown;
     std::optional<std::string> m_ownBundle = m_home / "Helper.app";
-    std::vector<std::string> m_arrSteps;
+    Names m_steps;
     std::shared_ptr<AppDelegate> delegate;
 };
 
 TEST_F(AppDelegateTest, ExclusionsArePrefixesOfTheNameInsideTheTrash) {
-    open({exclude({"/Applications/Foo.app", ""}), exclude({})});
-    ASSERT_EQ(prefixes(), (std::vector<std::string>{"Foo", ""}));
+    // The update restarter starts before the Trash is watched: an update
+    // under way is noticed before any application in the Trash is.
+    EXPECT_EQ(m_steps, (Names{"presenter", "restarter"}));
+    EXPECT_TRUE(delegate->trashWatcher());
 
-    const std::vector<std::pair<std::string, bool>> arrivals = {
-        {".Trash/Foo.app", false},         {".Trash/Foo Bar.app", false},
-        {".Trash/Foobar.app", false},      {".Trash/foo.app", true},  // case matters
-        {".Trash/Folder/Foo.app", true},    // the prefix is tested on "Folder/Foo.app"
-        {"Volume/.Trashes/Foo.app", true},  // another Trash is never excluded
-        {".Trash/Other.app", true},
-    };
-    for (const auto& [relative, notified] : arrivals) {
-        EXPECT_EQ(arrive(relative).size(), notified ? 1u : 0u) << relative;
-    }
-
-    // With its own bundle gone the Helper is being replaced: it says nothing.
-    m_ownBundle = m_home / "Gone.app";
-    EXPECT_TRUE(arrive(".Trash/Other.app").empty());
-    m_ownBundle.reset();
-    EXPECT_TRUE(arrive(".Trash/Other.app").empty());
-}
-
-TEST_F(AppDelegateTest, CommandFilesAreTakenByExactExtensionAndAlwaysConsumed) {
+    // Only the exact extension is a command file; an unreadable one is consumed too.
     const std::string shouting = m_home.writeFile("x.MSGFORSWHELP", "data");
     const std::string unreadable = m_home.writeFile("y.msgforswhelp", "not an archive");
-    EXPECT_TRUE(delegate->openFile(shouting));
-    EXPECT_TRUE(delegate->openFile(unreadable));
-    open({});
+    EXPECT_TRUE(delegate->openFile(shouting) && delegate->openFile(unreadable));
+    const std::string command = exclude({"/Applications/Foo.app", ""});
+    open({command, exclude({}), command});  // the second copy finds nothing left
     EXPECT_TRUE(platform::fileExistsAtPath(shouting));
-    EXPECT_FALSE(platform::fileExistsAtPath(unreadable));
+    EXPECT_FALSE(platform::fileExistsAtPath(unreadable) || platform::fileExistsAtPath(command));
+    ASSERT_EQ(prefixes(), (Names{"Foo", ""}));
 
-    const std::string command = exclude({"/Applications/Foo.app"});
-    open({command, command});  // the second finds nothing left
-    EXPECT_FALSE(platform::fileExistsAtPath(command));
-    EXPECT_EQ(prefixes(), std::vector<std::string>{"Foo"});
+    for (const auto& [relative, notified] : std::vector<std::pair<std::string, bool>>{
+             {".Trash/Foo.app", false},
+             {".Trash/Foo Bar.app", false},
+             {".Trash/Foobar.app", false},
+             {".Trash/foo.app", true},           // case matters
+             {".Trash/Folder/Foo.app", true},    // the prefix is tested on "Folder/Foo.app"
+             {"Volume/.Trashes/Foo.app", true},  // another Trash is never excluded
+             {".Trash/Other.app", true}}) {
+        EXPECT_EQ(shown(relative), notified) << relative;
+    }
+    // With its own bundle gone the Helper is being replaced: it says nothing.
+    m_ownBundle = m_home / "Gone.app";
+    EXPECT_FALSE(shown(".Trash/Other.app"));
+    m_ownBundle.reset();
+    EXPECT_FALSE(shown(".Trash/Other.app"));
 }
 
 TEST_F(AppDelegateTest, ClearRemovesOnlyWhatExistedWhenItArrivedAndOnlyFiveSecondsLater) {
@@ -135,13 +125,13 @@ TEST_F(AppDelegateTest, ClearRemovesOnlyWhatExistedWhenItArrivedAndOnlyFiveSecon
 
     // The first clear is due at 5 s: until then arrivals are still silenced.
     m_queue->advance(999ms);
-    EXPECT_EQ(prefixes(), (std::vector<std::string>{"A", "B", "C", "D"}));
-    EXPECT_TRUE(arrive(".Trash/A.app").empty());
+    EXPECT_EQ(prefixes(), (Names{"A", "B", "C", "D"}));
+    EXPECT_FALSE(shown(".Trash/A.app"));
     m_queue->advance(1ms);
-    EXPECT_EQ(prefixes(), (std::vector<std::string>{"C", "D"}));
-    EXPECT_EQ(arrive(".Trash/A.app").size(), 1u);
+    EXPECT_EQ(prefixes(), (Names{"C", "D"}));
+    EXPECT_TRUE(shown(".Trash/A.app"));
     m_queue->advance(2s);  // the second clear had its own snapshot: A, B, C
-    EXPECT_EQ(prefixes(), std::vector<std::string>{"D"});
+    EXPECT_EQ(prefixes(), Names{"D"});
 
     // A clear of nothing spares what arrives after it, duplicates included.
     m_queue->advance(10s);
@@ -150,13 +140,13 @@ TEST_F(AppDelegateTest, ClearRemovesOnlyWhatExistedWhenItArrivedAndOnlyFiveSecon
     open({clear()});
     open({exclude({"/E.app", "/E.app"})});
     m_queue->advance(10s);
-    EXPECT_EQ(prefixes(), (std::vector<std::string>{"E", "E"}));
+    EXPECT_EQ(prefixes(), (Names{"E", "E"}));
 }
 
 // Reading is the command-file queue's work, so the window never waits on a
 // file; files that arrive together are applied in their order all the same.
 TEST_F(AppDelegateTest, CommandFilesAreReadOffTheMainThreadAndAppliedInArrivalOrder) {
-    std::vector<std::string> files, expected;
+    Names files, expected;
     for (int i = 0; i < 20; ++i) {
         files.push_back(exclude({"/" + std::to_string(i) + ".app"}));
         expected.push_back(std::to_string(i));
@@ -176,15 +166,7 @@ TEST_F(AppDelegateTest, CommandFilesAreReadOffTheMainThreadAndAppliedInArrivalOr
     for (const auto& file : files) EXPECT_FALSE(platform::fileExistsAtPath(file)) << file;
     EXPECT_EQ(prefixes(), expected);
     m_queue->advance(1s);
-    EXPECT_EQ(prefixes(), std::vector<std::string>(expected.begin() + 10, expected.end()));
-}
-
-// The window's controller comes first, then the update restarter, and only
-// then the Trash watcher: an update under way is noticed before any
-// application in the Trash is.
-TEST_F(AppDelegateTest, StartsTheUpdateRestarterBeforeWatchingTheTrash) {
-    EXPECT_EQ(m_arrSteps, (std::vector<std::string>{"presenter", "restarter"}));
-    EXPECT_TRUE(delegate->trashWatcher());
+    EXPECT_EQ(prefixes(), Names(expected.begin() + 10, expected.end()));
 }
 
 }  // namespace

@@ -17,15 +17,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-TEST(CompositionTest, TheNotificationSitsOnThePrimaryScreensFullGeometry) {
-    const auto environment = composition::notificationEnvironment();
-    ASSERT_TRUE(environment.mainScreenFrame);
-    EXPECT_EQ(environment.mainScreenFrame(), QGuiApplication::primaryScreen()->geometry());
-}
-
 // The real remains finder behind the window: its sizes, computed on worker
 // threads and delivered through the main queue, reach the text, and its
-// entries are what is handed over.
+// entries are what is handed over. The window sits on the primary screen's
+// full geometry.
 TEST(CompositionTest, SizesFromTheRemainsFinderReachTheWindow) {
     auto queue = std::make_shared<dispatch::ManualMainQueue>();
     dispatch::ScopedMainQueue scoped(queue);
@@ -34,6 +29,8 @@ TEST(CompositionTest, SizesFromTheRemainsFinderReachTheWindow) {
     home.writeFile("Library/Caches/com.example.photon/cache.db", std::string(300'000, 'x'));
 
     auto environment = composition::notificationEnvironment();
+    ASSERT_TRUE(environment.mainScreenFrame);
+    EXPECT_EQ(environment.mainScreenFrame(), QGuiApplication::primaryScreen()->geometry());
     environment.offer.calculateIsCanShowNotificationForBundleWithID =
         [](const std::optional<std::string>&, std::function<void()> okBlock) { okBlock(); };
     environment.texts = std::make_shared<LocalizedStrings>(

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <thread>
 
 #include "RemainsTestSupport.h"
 #include "platform/MetadataQuery.h"
 #include "remains/InstalledCopies.h"
 #include "remains/SpotlightEasySearch.h"
+#include "support/DataTable.h"
 
 namespace {
 
@@ -74,28 +76,13 @@ protected:
 };
 
 TEST_F(InstalledCopiesTest, OnlyCopiesInTheApplicationsFoldersCount) {
-    const std::string id = "com.example.app";
-    const struct {
-        std::vector<std::string> copies;
-        bool withLaunchServices;
-        Rule rule;
-    } cases[] = {
-        {{}, true, Rule::Shows},
-        {{"Applications/App.app"}, true, Rule::BlockedByInstalledCopy},
-        {{"Applications/Tools/App.app"}, true, Rule::BlockedByInstalledCopy},
-        {{"home/Applications/App.app"}, true, Rule::BlockedByInstalledCopy},
-        {{"Volumes/Disk/App.app"}, true, Rule::Shows},
-        {{"home/.Trash/App.app"}, true, Rule::Shows},
-        {{"Volumes/Disk/App.app", "home/.Trash/Old.app"}, true, Rule::Shows},
-        // When the list of installed copies misses them, the search finds them.
-        {{"Applications/App.app"}, false, Rule::BlockedBySearch},
-        {{"home/Applications/Sub/App.app"}, false, Rule::BlockedBySearch},
-        {{"Volumes/Disk/App.app"}, false, Rule::Shows},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(decide(id, c.copies, c.withLaunchServices), c.rule)
-            << (c.copies.empty() ? "no copy" : c.copies.front()) << ", copies listed "
-            << c.withLaunchServices;
+    const std::map<std::string, Rule> rules = {{"shows", Rule::Shows},
+                                               {"installed", Rule::BlockedByInstalledCopy},
+                                               {"search", Rule::BlockedBySearch}};
+    for (const auto& row : testsupport::readDataTable("InstalledCopies/rule.tsv")) {
+        EXPECT_EQ(decide("com.example.app", {row.begin() + 2, row.end()}, row.at(0) == "listed"),
+                  rules.at(row.at(1)))
+            << testsupport::describeRow(row);
     }
     // An identifier that breaks the search's predicate finds nothing.
     EXPECT_EQ(decide("it's", {}), Rule::Shows);

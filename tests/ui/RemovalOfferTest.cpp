@@ -33,16 +33,8 @@ public:
     const std::uint64_t size;
 };
 
-// Records what the window is told, in order.
-class RecordingView final : public RemovalOffer::View {
-public:
-    void updateText() override { calls.push_back("text"); }
-    void showNotification() override { calls.push_back("show"); }
-    void closeWindow() override { calls.push_back("close"); }
-    std::vector<std::string> calls;
-};
-
-class RemovalOfferTest : public ::testing::Test {
+// The fixture is the window, and records what it is told, in order.
+class RemovalOfferTest : public ::testing::Test, public RemovalOffer::View {
 protected:
     RemovalOfferTest() {
         RemovalOffer::Environment environment;
@@ -62,6 +54,9 @@ protected:
         m_pOffer = RemovalOffer::create(std::move(environment));
         m_pOffer->setView(m_pView);
     }
+    void updateText() override { m_calls.push_back("text"); }
+    void showNotification() override { m_calls.push_back("show"); }
+    void closeWindow() override { m_calls.push_back("close"); }
 
     void offer(const std::shared_ptr<platform::Bundle>& app) {
         m_pOffer->showNotificationForApp(app);
@@ -76,7 +71,9 @@ protected:
     std::shared_ptr<dispatch::ManualMainQueue> m_pQueue =
         std::make_shared<dispatch::ManualMainQueue>();
     dispatch::ScopedMainQueue m_scoped{m_pQueue};
-    std::shared_ptr<RecordingView> m_pView = std::make_shared<RecordingView>();
+    // The fixture outlives the offer; the handle only lends it.
+    std::shared_ptr<RemovalOffer::View> m_pView{this, [](RemovalOffer::View*) {}};
+    std::vector<std::string> m_calls;
     std::shared_ptr<RemovalOffer> m_pOffer;
     std::optional<std::string> m_sRefused;
     std::uint64_t m_nRemains = 0;
@@ -91,14 +88,14 @@ TEST_F(RemovalOfferTest, ApplicationsJoinTheNotificationThatShowsAndLeaveTogethe
     offer(bundle("Photon.app", "com.example.photon"));
     const auto firstShown = m_pOffer->showDate();
     // The text is written before the remains exist.
-    EXPECT_EQ(m_pView->calls, (std::vector<std::string>{"text", "show"}));
+    EXPECT_EQ(m_calls, (std::vector<std::string>{"text", "show"}));
     m_pQueue->advance(500ms);
     offer(bundle("Quill.app", "com.example.quill"));
     offer(bundle("Old/Photon 2.app", "com.example.photon"));
-    m_pView->calls.clear();
+    m_calls.clear();
     offer(bundle("Photon.app", "com.example.photon"));  // changes nothing, not even the fade-in
 
-    EXPECT_TRUE(m_pView->calls.empty());
+    EXPECT_TRUE(m_calls.empty());
     EXPECT_EQ(m_pOffer->mainAppName(), "Photon");
     EXPECT_EQ(m_pOffer->showDate(), firstShown);
     EXPECT_EQ(m_pOffer->otherAppCount(), 2);
@@ -115,7 +112,7 @@ TEST_F(RemovalOfferTest, ApplicationsJoinTheNotificationThatShowsAndLeaveTogethe
                                                          "/home/u/.Trash/Old/Photon 2.app",
                                                          "/home/u/.Trash/Quill.app"}));
     EXPECT_FALSE(m_pOffer->isActive());
-    EXPECT_EQ(m_pView->calls.back(), "close");
+    EXPECT_EQ(m_calls.back(), "close");
 }
 
 TEST_F(RemovalOfferTest, OnlyWhatTheRuleAllowsIsOfferedAndOnlyOnTheMainQueue) {
@@ -123,7 +120,7 @@ TEST_F(RemovalOfferTest, OnlyWhatTheRuleAllowsIsOfferedAndOnlyOnTheMainQueue) {
     m_sRefused = "com.example.photon";
     offer(bundle("Photon.app", "com.example.photon"));
     EXPECT_FALSE(m_pOffer->isActive());
-    EXPECT_TRUE(m_pView->calls.empty());
+    EXPECT_TRUE(m_calls.empty());
 
     // A rule that answers on another thread: the work waits for the main queue.
     std::thread([&] { m_pOffer->showNotificationForApp(bundle("Quill.app", "q")); }).join();
@@ -137,14 +134,13 @@ TEST_F(RemovalOfferTest, LosingTheFocusHidesOnlyAfterTwoSeconds) {
     for (const auto& [after, hides] : {std::pair{1900ms, false}, {2000ms, false}, {2100ms, true}}) {
         SCOPED_TRACE(after.count());
         offer(bundle("Photon.app", "com.example.photon"));
-        m_pView->calls.clear();
+        m_calls.clear();
         m_pQueue->advance(after);
         m_pOffer->windowDidResignKey();
         EXPECT_EQ(m_pOffer->isActive(), !hides);
         EXPECT_EQ(m_pOffer->removedApps().empty(), hides);
         EXPECT_EQ(m_pOffer->removeInfo().empty(), hides);
-        EXPECT_EQ(m_pView->calls,
-                  hides ? std::vector<std::string>{"close"} : std::vector<std::string>{});
+        EXPECT_EQ(m_calls, hides ? std::vector<std::string>{"close"} : std::vector<std::string>{});
         m_pOffer->hideNotification();
     }
     // Once hidden, the next application starts a notification of its own.

@@ -24,9 +24,13 @@ struct Recorder : FileEventQueueDelegate {
     }
 };
 
+// Destroying the queue stops its thread, which closes the kernel queue as
+// its last act before it ends.
 TEST(FileEventQueue, RegistersEachPathOnceAndWidensOnlyOnRequest) {
     TempDir dir;
     const std::string path = dir.makeDir("w");
+    watchingtest::RealMainLoop loop;
+    ASSERT_TRUE(watchingtest::watcherThreadsEnded());  // what earlier tests left
     auto queue = FileEventQueue::create();
     ASSERT_TRUE(queue);
 
@@ -43,9 +47,16 @@ TEST(FileEventQueue, RegistersEachPathOnceAndWidensOnlyOnRequest) {
     EXPECT_EQ(entry->subscriptionFlags(), platform::kNoteWrite);
     EXPECT_EQ(queue->addPathToQueue(path, platform::kNoteRename), entry);
     EXPECT_EQ(entry->subscriptionFlags(), platform::kNoteWrite | platform::kNoteRename);
-
     queue->removePath(path);
     EXPECT_EQ(queue->numberOfWatchedPaths(), 0u);
+
+    queue->addPath(dir.path());
+    ASSERT_TRUE(queue->keepWatcherThreadRunning());
+    const int fd = queue->coreQueueFD();
+    ASSERT_EQ(FileEventQueue::numberOfRunningWatcherThreads(), 1);
+    queue.reset();
+    EXPECT_TRUE(watchingtest::watcherThreadsEnded(1500ms));
+    EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
 }
 
 TEST(FileEventQueue, DeliversNamesInOrderToDelegateAndCentre) {
@@ -87,22 +98,6 @@ TEST(FileEventQueue, DeliversNamesInOrderToDelegateAndCentre) {
         for (const std::string& line : c.expected) expected.push_back(line + " " + path);
         EXPECT_EQ(log, expected);
     }
-}
-
-TEST(FileEventQueue, DestructionStopsTheThreadWhichClosesTheKernelQueue) {
-    TempDir dir;
-    watchingtest::RealMainLoop loop;
-    ASSERT_TRUE(watchingtest::watcherThreadsEnded());  // what earlier tests left
-    auto queue = FileEventQueue::create();
-    queue->addPath(dir.path());
-    ASSERT_TRUE(queue->keepWatcherThreadRunning());
-    const int fd = queue->coreQueueFD();
-    ASSERT_EQ(FileEventQueue::numberOfRunningWatcherThreads(), 1);
-
-    queue.reset();
-    // The thread closes the queue as its last act before it ends.
-    EXPECT_TRUE(watchingtest::watcherThreadsEnded(1500ms));
-    EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
 }
 
 }  // namespace

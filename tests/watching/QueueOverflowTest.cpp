@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdio>
 #include <fstream>
-#include <mutex>
+#include <future>
 #include <set>
 
 #include "dispatch/RunLoopMainQueue.h"
@@ -17,20 +17,18 @@ using testsupport::TempDir;
 namespace {
 
 // The real main loop, except that blocks sent from other threads wait at a
-// gate while it is closed: a watcher thread held there reads nothing more
-// from its kernel queue, which then fills up.
+// gate until it opens: a watcher thread held there reads nothing more from
+// its kernel queue, which then fills up.
 class GatedMainQueue final : public dispatch::MainQueue {
 public:
     explicit GatedMainQueue(std::shared_ptr<dispatch::RunLoopMainQueue> loop)
         : m_pLoop(std::move(loop)) {}
+    ~GatedMainQueue() override { open(); }
 
     void async(dispatch::Block block) override {
         if (!m_pLoop->isCurrent()) {
-            std::unique_lock lock(m_lock);
-            ++m_nHeld;
-            m_changed.notify_all();
-            m_changed.wait(lock, [&] { return m_bOpen; });
-            --m_nHeld;
+            if (!m_bHeld.exchange(true)) m_held.set_value();
+            m_open.wait();
         }
         m_pLoop->async(std::move(block));
     }
@@ -40,22 +38,19 @@ public:
     dispatch::TimePoint now() const override { return m_pLoop->now(); }
     bool isCurrent() const override { return m_pLoop->isCurrent(); }
 
-    void setOpen(bool open) {
-        std::lock_guard lock(m_lock);
-        m_bOpen = open;
-        m_changed.notify_all();
+    void open() {
+        if (!m_bOpened.exchange(true)) m_opening.set_value();
     }
     bool waitUntilASenderIsHeld(std::chrono::seconds timeout) {
-        std::unique_lock lock(m_lock);
-        return m_changed.wait_for(lock, timeout, [&] { return m_nHeld > 0; });
+        return m_heldFuture.wait_for(timeout) == std::future_status::ready;
     }
 
 private:
     std::shared_ptr<dispatch::RunLoopMainQueue> m_pLoop;
-    std::mutex m_lock;
-    std::condition_variable m_changed;
-    bool m_bOpen = true;
-    int m_nHeld = 0;
+    std::promise<void> m_held, m_opening;
+    std::future<void> m_heldFuture = m_held.get_future();
+    std::shared_future<void> m_open = m_opening.get_future().share();
+    std::atomic<bool> m_bHeld = false, m_bOpened = false;
 };
 
 struct Heard : FileEventQueueDelegate, DirectoryWatcherDelegate {
@@ -92,7 +87,7 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
     struct Reopen {  // no watcher thread may stay held when the test ends
         GatedMainQueue& gate;
         ~Reopen() {
-            gate.setOpen(true);
+            gate.open();
             EXPECT_TRUE(watchingtest::watcherThreadsEnded());
         }
     } reopen{*gated};
@@ -112,7 +107,6 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
     queue->addPath(blocker, platform::kNoteAttrib);
 
     // Hold the watcher thread in the delivery of one event.
-    gated->setOpen(false);
     ASSERT_EQ(::chmod(blocker.c_str(), 0600), 0);
     ASSERT_TRUE(gated->waitUntilASenderIsHeld(5s));
 
@@ -126,7 +120,7 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
     watchingtest::makeBundle(dir, "Late.app");
     ASSERT_EQ(std::rename((dir / "Late.app").c_str(), (trash + "/Late.app").c_str()), 0);
 
-    gated->setOpen(true);
+    gated->open();
     EXPECT_TRUE(loop->runUntil([&] { return !heard->apps.empty(); }, 8s));
     EXPECT_EQ(heard->apps, std::vector<std::string>{trash + "/Late.app"});
     EXPECT_TRUE(heard->events.count({trash, FileEventQueueFileWrittenToNotification}));

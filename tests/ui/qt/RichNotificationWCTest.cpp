@@ -63,25 +63,20 @@ TEST_F(RichNotificationWCTest, ShowsTheOfferAndFadesInOnlyForANewBundle) {
     EXPECT_DOUBLE_EQ(m_pController->window()->windowOpacity(), 1.0);
 }
 
+// The timing of the focus rule is the offer's; here the event must reach it.
 TEST_F(RichNotificationWCTest, ButtonsAndFocusReachTheOfferAndHideTheWindow) {
-    const std::function<void()> ends[] = {
-        [&] { m_pController->completeUninstallButton()->click(); },
-        [&] { m_pController->helpButton()->click(); },
-        [&] { m_pController->closeButton()->click(); },
-        [&] {
-            m_pQueue->advance(1900ms);
-            QEvent deactivate(QEvent::WindowDeactivate);
-            QCoreApplication::sendEvent(m_pController->window(), &deactivate);
-            EXPECT_TRUE(visible());  // too early
-            m_pQueue->advance(200ms);
-            QCoreApplication::sendEvent(m_pController->window(), &deactivate);
-        },
-    };
-    for (const auto& end : ends) {
+    QEvent deactivate(QEvent::WindowDeactivate);
+    for (const std::function<void()>& end : std::vector<std::function<void()>>{
+             [&] { m_pController->completeUninstallButton()->click(); },
+             [&] { m_pController->helpButton()->click(); },
+             [&] { m_pController->closeButton()->click(); },
+             [&] {
+                 m_pQueue->advance(2100ms);
+                 QCoreApplication::sendEvent(m_pController->window(), &deactivate);
+             }}) {
         offer("/home/u/.Trash/Photon.app");
         end();
-        EXPECT_FALSE(visible());
-        EXPECT_FALSE(m_pController->offer().isActive());
+        EXPECT_FALSE(visible() || m_pController->offer().isActive());
     }
     EXPECT_EQ(m_nHandedOver, 1);
     EXPECT_EQ(m_nOpened, 1);
