@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+#include "app/Logging.h"
 #include "app/OpenFileChannel.h"
 #include "app/QtMainQueue.h"
 #include "environment/Consts.h"
@@ -122,6 +123,7 @@ int runAgent(QApplication& application) {
     // A background agent: it lives on with no window open.
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QStringLiteral("Sweepwell Helper"));
+    installLogging();
     dispatch::MainQueue::install(std::make_shared<QtMainQueue>());
     UpdateRestarter::setApplicationTerminate([] { QCoreApplication::quit(); });
 

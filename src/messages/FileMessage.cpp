@@ -8,6 +8,7 @@
 #include "platform/Bundle.h"
 #include "platform/ConsumeFile.h"
 #include "platform/LaunchServices.h"
+#include "platform/Log.h"
 #include "platform/PathUtils.h"
 #include "platform/Workspace.h"
 
@@ -82,11 +83,18 @@ std::shared_ptr<FileMessage> FileMessage::loadFromFile(const std::optional<std::
     if (!path) return nullptr;
     // Consumed by the first attempt to read it, good or bad, so that a bad
     // file is never offered twice.
-    const auto bytes = platform::consumeFile(*path, kMaxFileSize);
-    if (!bytes) return nullptr;
+    std::string refusal;
+    const auto bytes = platform::consumeFile(*path, kMaxFileSize, {}, &refusal);
+    if (!bytes) {
+        platform::Log::warning("commands", "command file " + *path + " refused: it " + refusal);
+        return nullptr;
+    }
     auto body = KeyedArchive::unarchiveObjectWithData(
         reinterpret_cast<const std::uint8_t*>(bytes->data()), bytes->size());
-    if (!body) return nullptr;
+    if (!body) {
+        platform::Log::warning("commands", "command file " + *path + " holds no command");
+        return nullptr;
+    }
     auto message = std::make_shared<FileMessage>(kTypeReceived, MessageEnvironment{});
     message->setData(std::make_shared<const ArchivedObject>(std::move(*body)));
     return message;

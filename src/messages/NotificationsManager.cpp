@@ -3,6 +3,7 @@
 #include "environment/ApplicationDirectoryUtils.h"
 #include "messages/WatcherMessage.h"
 #include "platform/Bundle.h"
+#include "platform/Log.h"
 #include "platform/Workspace.h"
 
 NotificationsManager& NotificationsManager::GetInstance() {
@@ -33,10 +34,20 @@ void NotificationsManager::removeFilePaths(
     const std::vector<std::shared_ptr<PathForRemove>>& paths) const {
     if (paths.empty()) return;
     const auto application = findMainApplication();
-    if (!application) return;
+    if (!application) {
+        platform::Log::warning("handover", "no trusted copy of " + m_environment.mainAppBundleId +
+                                               " to hand the removal list to");
+        return;
+    }
     WatcherMessage message;
     message.setPathsForRemove(paths);
     const auto file = message.saveForTransmit(m_environment.messageFolder);
-    (void)platform::Workspace::openFile(file.value_or(*application), *application,
-                                        m_environment.trust);
+    if (!file) {
+        platform::Log::warning(
+            "handover", "the removal list could not be written to " + m_environment.messageFolder);
+    }
+    if (!platform::Workspace::openFile(file.value_or(*application), *application,
+                                       m_environment.trust)) {
+        platform::Log::warning("handover", *application + " could not be started");
+    }
 }

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "platform/FileSystem.h"
@@ -22,25 +23,41 @@ bool sameEntry(const struct stat& a, const struct stat& b) {
 // referred to when it was examined; it becomes what was actually opened, so
 // that the removal later checks against that.
 std::optional<std::string> readRegularFile(int folder, const std::string& name, std::size_t limit,
-                                           struct stat& entry) {
+                                           struct stat& entry, std::string& refusal) {
     // O_NONBLOCK: if a FIFO was swapped in since the name was examined, the
     // open must not wait for a writer. O_NOFOLLOW: nor may a link be followed.
     const UniqueFd fd(
         ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!fd) return std::nullopt;
     struct stat opened {};
-    if (::fstat(fd.get(), &opened) != 0) return std::nullopt;
-    entry = opened;
-    if (!S_ISREG(opened.st_mode) || static_cast<std::uintmax_t>(opened.st_size) > limit) {
+    if (!fd || ::fstat(fd.get(), &opened) != 0) {
+        refusal = std::string("cannot be opened: ") + std::strerror(errno);
         return std::nullopt;
     }
-    return readToEnd(fd.get(), limit, static_cast<std::size_t>(opened.st_size));
+    entry = opened;
+    if (!S_ISREG(opened.st_mode)) {
+        refusal = "was swapped for something else while it was read";
+        return std::nullopt;
+    }
+    if (static_cast<std::uintmax_t>(opened.st_size) > limit) {
+        refusal = "is larger than " + std::to_string(limit) + " bytes";
+        return std::nullopt;
+    }
+    auto contents = readToEnd(fd.get(), limit, static_cast<std::size_t>(opened.st_size));
+    if (!contents)
+        refusal = "could not be read to its end within " + std::to_string(limit) + " bytes";
+    return contents;
 }
 
 }  // namespace
 
 std::optional<std::string> consumeFile(const std::string& path, std::size_t limit,
-                                       const std::function<void()>& beforeRemoving) {
+                                       const std::function<void()>& beforeRemoving,
+                                       std::string* refusal) {
+    std::string why;
+    const auto answer = [&](std::optional<std::string> contents) {
+        if (!contents && refusal) *refusal = why;
+        return contents;
+    };
     std::string_view trimmed = path;
     while (trimmed.size() > 1 && trimmed.back() == '/') trimmed.remove_suffix(1);
     const std::size_t slash = trimmed.rfind('/');
@@ -48,17 +65,27 @@ std::optional<std::string> consumeFile(const std::string& path, std::size_t limi
                                    : slash == 0                    ? "/"
                                                 : std::string(trimmed.substr(0, slash));
     const std::string name(slash == std::string_view::npos ? trimmed : trimmed.substr(slash + 1));
-    if (name.empty() || name == "." || name == ".." || name == "/") return std::nullopt;
+    if (name.empty() || name == "." || name == ".." || name == "/") {
+        why = "names no file";
+        return answer(std::nullopt);
+    }
 
     // Everything below goes through the folder's descriptor, so the entry
     // examined, the one read and the one removed are all in the same folder.
     const UniqueFd folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) return std::nullopt;
     struct stat entry {};
-    if (::fstatat(folder.get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0)
-        return std::nullopt;
+    if (!folder || ::fstatat(folder.get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0) {
+        why = std::string("is not there: ") + std::strerror(errno);
+        return answer(std::nullopt);
+    }
     std::optional<std::string> contents;
-    if (S_ISREG(entry.st_mode)) contents = readRegularFile(folder.get(), name, limit, entry);
+    if (S_ISREG(entry.st_mode)) {
+        contents = readRegularFile(folder.get(), name, limit, entry, why);
+    } else {
+        why = S_ISLNK(entry.st_mode)   ? "is a link, which is never followed"
+              : S_ISDIR(entry.st_mode) ? "is a folder"
+                                       : "is not a regular file";
+    }
 
     if (beforeRemoving) beforeRemoving();
     struct stat now {};
@@ -68,7 +95,7 @@ std::optional<std::string> consumeFile(const std::string& path, std::size_t limi
         sameEntry(now, entry)) {
         ::unlinkat(folder.get(), name.c_str(), 0);
     }
-    return contents;
+    return answer(std::move(contents));
 }
 
 }  // namespace platform

@@ -15,9 +15,11 @@ namespace platform {
 // neither is anything inside it). The name is removed only while it still
 // refers to the very entry that was examined: one swapped in meanwhile stays.
 //
-// The contents, or nullopt when nothing was read. `beforeRemoving`, when
-// given, runs between the read and the removal (tests swap the name there).
+// The contents, or nullopt when nothing was read; then `refusal`, when
+// given, says why. `beforeRemoving`, when given, runs between the read and
+// the removal (tests swap the name there).
 std::optional<std::string> consumeFile(const std::string& path, std::size_t limit,
-                                       const std::function<void()>& beforeRemoving = {});
+                                       const std::function<void()>& beforeRemoving = {},
+                                       std::string* refusal = nullptr);
 
 }  // namespace platform

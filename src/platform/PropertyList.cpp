@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "platform/FileSystem.h"
+#include "platform/Log.h"
 #include "platform/Utf8.h"
 
 namespace platform::PropertyList {
@@ -185,12 +186,19 @@ private:
             }
             const std::uint64_t current = path.back().object;
             if (expanded[current] > kMaxObjects || bytes[current] > kMaxExpandedBytes) {
-                return false;
+                return overBudget();
             }
         }
-        return expanded[root] <= kMaxObjects && bytes[root] <= kMaxExpandedBytes;
+        return expanded[root] <= kMaxObjects && bytes[root] <= kMaxExpandedBytes ? true
+                                                                                 : overBudget();
     }
 
+    static bool overBudget() {
+        Log::warning("plist", "a binary property list would expand to more than " +
+                                  std::to_string(kMaxObjects) + " values or " +
+                                  std::to_string(kMaxExpandedBytes) + " bytes; read as nothing");
+        return false;
+    }
     static void addExpanded(std::uint32_t& total, std::uint32_t more) {
         const std::uint64_t sum = std::uint64_t{total} + more;
         total = static_cast<std::uint32_t>(std::min<std::uint64_t>(sum, kMaxObjects + 1));
@@ -250,7 +258,11 @@ bool xmlIsBounded(std::string_view text) {
             at += 2;
             skipPast(">");
         } else {
-            if (!tag.starts_with("<key") && ++values > kMaxObjects + 1) return false;
+            if (!tag.starts_with("<key") && ++values > kMaxObjects + 1) {
+                Log::warning("plist", "an XML property list holds more than " +
+                                          std::to_string(kMaxObjects) + " values; read as nothing");
+                return false;
+            }
             char quote = 0;
             char previous = 0;
             for (++at; at < text.size(); ++at) {

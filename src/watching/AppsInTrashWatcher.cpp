@@ -3,13 +3,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "dispatch/MainQueue.h"
 #include "environment/ApplicationDirectoryUtils.h"
 #include "environment/PathsGenerator.h"
 #include "environment/StringUtils.h"
 #include "platform/FileSystem.h"
+#include "platform/Log.h"
 #include "platform/PathUtils.h"
 #include "platform/TrashInfo.h"
 #include "watching/BundleExcludeList.h"
@@ -82,11 +82,10 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
         // Without kernel events nothing new in this folder is ever seen; the
         // agent goes on with its other work.
         if (!watcher->isWatching()) {
-            std::fprintf(stderr, "AppsInTrashWatcher: %s is not watched (no file event queue)\n",
-                         folder.path.c_str());
+            platform::Log::warning("watching",
+                                   folder.path + " is not watched: no file event queue");
         } else {
-            std::fprintf(stderr, "AppsInTrashWatcher: watching the Trash folder %s\n",
-                         folder.path.c_str());
+            platform::Log::debug("watching", "watching the Trash folder " + folder.path);
             // Some programs write the trash info after the item: its arrival
             // pushes the folder's re-read back like any change of the folder.
             if (folder.hasTrashInfo()) {
@@ -106,7 +105,9 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
     }
     for (const auto& [path, watcher] : m_arrWatchers) {
         if (!watchers.count(path)) {
-            std::fprintf(stderr, "AppsInTrashWatcher: no longer watching %s\n", path.c_str());
+            platform::Log::warning(
+                "watching",
+                "no longer watching " + path + ": its disk is gone or its Trash no longer usable");
         }
     }
     m_arrWatchers = std::move(watchers);
@@ -150,6 +151,7 @@ bool AppsInTrashWatcher::handOnIfWhole(const std::string& path) {
     if (!bundle || !bundle->bundleIdentifier()) return false;
     if (auto genuine = isReallyAppBundlePath(path, name)) {
         genuine->setNameBeforeTrashing(name);
+        platform::Log::debug("watching", "application arrived: " + path);
         if (auto listener = m_pListener.lock()) listener->onAppMovedToTrash(genuine);
     }
     return true;

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Log.h"
 #include "platform/PathUtils.h"
 #include "watching/FileItemData.h"
 #include "watching/SystemSkipList.h"
@@ -135,7 +136,10 @@ void FileItem::updateContentOfDir() {
     // Only a whole listing can say what vanished: a read that failed part-way
     // would drop kept entries and bring them back later as new.
     const auto listing = m_pReader->list(path);
-    if (!listing.isComplete()) return;
+    if (!listing.isComplete()) {
+        platform::Log::warning("watching", path + " could not be read whole; kept as it was");
+        return;
+    }
 
     if (!m_arrChildren) m_arrChildren.emplace();
     Children kept;

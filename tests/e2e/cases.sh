@@ -354,7 +354,7 @@ case_second_start_forwards_without_a_runtime_folder() {
 case_gio_trash_is_noticed() {
   start_session
   app "Desk Notes" com.example.DeskNotes
-  grep -q "watching the Trash folder $(desktop_trash)/files" "$out/agent.log" ||
+  wait_for 5 grep -q "watching the Trash folder $(desktop_trash)/files" "$out/agent.log" ||
     fail "the agent does not say it watches the desktop Trash"
   gtrash "Desk Notes"
   expect_window "for an application trashed with gio"

@@ -2,6 +2,7 @@
 
 #include <QLabel>
 #include <QLayout>
+#include <QLoggingCategory>
 #include <QPropertyAnimation>
 
 #include "ui/RichNotificationWCLocalizable.h"
@@ -13,6 +14,9 @@
 #include "ui/qt/RichNotificationView.h"
 #include "ui/qt/RichNotificationWindow.h"
 #include "ui_RichNotificationWC.h"
+
+// Normal events of the notification window (SWEEPWELL_LOG=debug).
+Q_LOGGING_CATEGORY(lcNotification, "sweepwell.notification")
 
 namespace {
 
@@ -143,6 +147,7 @@ void RichNotificationWC::fitWindowToContent() {
 }
 
 void RichNotificationWC::showNotification() {
+    qCDebug(lcNotification).noquote() << "showing:" << m_pWindow->windowTitle();
     m_pWindow->setWindowOpacity(0.0);
     // Placed before it is shown, so that it never flashes where it was.
     const QRect screen = m_environment.mainScreenFrame
