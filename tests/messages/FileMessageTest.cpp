@@ -5,7 +5,7 @@
 
 #include "messages/FileMessage.h"
 #include "messages/KeyedArchive.h"
-#include "platform/SampleApplication.h"
+#include "support/SampleBundle.h"
 #include "support/TempDir.h"
 
 namespace {

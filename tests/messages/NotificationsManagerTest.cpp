@@ -4,7 +4,7 @@
 #include "messages/MessageTestSupport.h"
 #include "messages/NotificationsManager.h"
 #include "messages/WatcherMessage.h"
-#include "platform/SampleApplication.h"
+#include "support/SampleBundle.h"
 #include "platform/Workspace.h"
 #include "support/TempDir.h"
 

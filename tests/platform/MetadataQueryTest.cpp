@@ -7,8 +7,7 @@
 #include "dispatch/ManualMainQueue.h"
 #include "platform/MetadataPredicate.h"
 #include "platform/MetadataQuery.h"
-#include "platform/PropertyList.h"
-#include "support/TempDir.h"
+#include "support/SampleBundle.h"
 #include "support/TestData.h"
 
 namespace {
@@ -61,12 +60,8 @@ protected:
     testsupport::TempDir m_dir;
 
     void makeApp(const std::string& relative, const std::string& id) {
-        m_dir.makeDir(relative + "/Contents");
-        platform::PlistDictionary info{{"CFBundleIdentifier", id},
-                                       {"CFBundleShortVersionString", "2.1"}};
-        ASSERT_TRUE(platform::PropertyList::writeFileAtomically(
-            m_dir / (relative + "/Contents/Info.plist"), platform::PlistValue(info),
-            platform::PropertyList::Format::Xml));
+        testsupport::makeBundle(
+            m_dir, relative, {{"CFBundleIdentifier", id}, {"CFBundleShortVersionString", "2.1"}});
     }
 
     // The paths a finished query found, sorted.
