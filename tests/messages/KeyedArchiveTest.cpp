@@ -11,9 +11,9 @@
 
 #include "messages/KeyedArchive.h"
 #include "platform/PropertyList.h"
-#include "support/BinaryPlist.h"
 #include "support/ExpandingPropertyLists.h"
 #include "support/TempDir.h"
+#include "support/TestData.h"
 
 using platform::PlistArray;
 using platform::PlistData;
@@ -38,37 +38,12 @@ ArchivedObject instance(const std::string& name, Fields fields,
     return ArchivedObject(ArchivedObject::Instance{name, chain, std::move(fields)});
 }
 
-using testsupport::BinaryPlist;
-
 // What the platform's archiver writes for a command body made of mutable
 // objects, one path stored as UTF-16.
 std::vector<std::uint8_t> handMadeCommandArchive() {
-    BinaryPlist p;
-    auto classEntry = [&](std::vector<std::string> names) {
-        std::vector<std::uint8_t> refs;
-        for (const auto& name : names) refs.push_back(p.ascii(name));
-        return p.dict({{p.ascii("$classes"), p.array(refs)}, {p.ascii("$classname"), refs[0]}});
-    };
-    const auto classKey = p.ascii("$class");
-    const std::vector<std::uint8_t> objects = {
-        p.ascii("$null"),
-        p.dict({{classKey, p.uid(6)},
-                {p.ascii("NS.keys"), p.array({p.uid(2), p.uid(3)})},
-                {p.ascii("NS.objects"), p.array({p.uid(4), p.uid(7)})}}),
-        p.ascii("command"),
-        p.ascii("paths"),
-        p.dict({{classKey, p.uid(5)}, {p.ascii("NS.string"), p.ascii("exclude-paths")}}),
-        classEntry({"NSMutableString", "NSString", "NSObject"}),
-        classEntry({"NSMutableDictionary", "NSDictionary", "NSObject"}),
-        p.dict({{classKey, p.uid(8)}, {p.ascii("NS.objects"), p.array({p.uid(9), p.uid(10)})}}),
-        classEntry({"NSMutableArray", "NSArray", "NSObject"}),
-        p.ascii("/Applications/Old.app"),
-        p.utf16(u"/Users/Jos\u00e9/\u00c9t\u00e9.app"),
-    };
-    return p.build(p.dict({{p.ascii("$version"), p.integer(100000)},
-                           {p.ascii("$archiver"), p.ascii("NSKeyedArchiver")},
-                           {p.ascii("$top"), p.dict({{p.ascii("root"), p.uid(1)}})},
-                           {p.ascii("$objects"), p.array(objects)}}));
+    const std::string bytes = testsupport::readFile(
+        testsupport::dataPath("KeyedArchive/exclude-command-of-mutable-objects.bplist"));
+    return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
 }
 
 TEST(KeyedArchive, ReadsTheArchiversBytesAndWritesItsLayout) {
