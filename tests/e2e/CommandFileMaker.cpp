@@ -9,13 +9,14 @@
 //                        counts and lengths, links, a pipe, odd names
 //       FOLDER/victims   what the links point at; it must survive untouched
 //       FOLDER/controls  files with a near-miss extension; they must stay
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -34,15 +35,10 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 bool writeFile(const std::string& path, const Bytes& bytes) {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0) return false;
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t wrote = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (wrote <= 0) break;
-        done += static_cast<std::size_t>(wrote);
-    }
-    return ::close(fd) == 0 && done == bytes.size();
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+    return static_cast<bool>(out.flush());
 }
 
 Bytes bytesOf(const std::string& text) {
@@ -59,36 +55,23 @@ Bytes clearCommand() {
     return KeyedArchive::archivedDataWithRootObject(*message->data());
 }
 
-// A keyed archive of any root object, written as the archiver writes it.
-Bytes archiveOf(const ArchivedObject& root) {
-    return KeyedArchive::archivedDataWithRootObject(root);
-}
-
 // An archive whose root is a chain of arrays `depth` long, each holding the
 // next; with `cycle` the last one holds the first again.
-Bytes deepArchive(std::size_t depth, bool cycle) {
-    PlistArray objects{PlistValue("$null")};
-    const auto classIndex = static_cast<std::uint64_t>(depth + 1);
-    for (std::size_t i = 0; i < depth; ++i) {
+Bytes deepArchive(std::uint64_t depth, bool cycle) {
+    PlistArray objects{"$null"};
+    for (std::uint64_t i = 0; i < depth; ++i) {
         const std::uint64_t next = i + 1 < depth ? i + 2 : (cycle ? 1 : 0);
-        PlistDictionary array;
-        array["NS.objects"] = next == 0 ? PlistValue(PlistArray{})
-                                        : PlistValue(PlistArray{PlistValue(PlistUid{next})});
-        array["$class"] = PlistValue(PlistUid{classIndex});
-        objects.emplace_back(std::move(array));
+        objects.push_back(
+            PlistDictionary{{"$class", PlistUid{depth + 1}},
+                            {"NS.objects", next == 0 ? PlistArray{} : PlistArray{PlistUid{next}}}});
     }
-    PlistDictionary arrayClass;
-    arrayClass["$classname"] = PlistValue("NSArray");
-    arrayClass["$classes"] = PlistValue(PlistArray{PlistValue("NSArray"), PlistValue("NSObject")});
-    objects.emplace_back(std::move(arrayClass));
-    PlistDictionary top;
-    top["root"] = PlistValue(PlistUid{1});
-    PlistDictionary archive;
-    archive["$archiver"] = PlistValue("NSKeyedArchiver");
-    archive["$version"] = PlistValue(KeyedArchive::kVersion);
-    archive["$top"] = PlistValue(std::move(top));
-    archive["$objects"] = PlistValue(std::move(objects));
-    return platform::PropertyList::toBinary(PlistValue(std::move(archive)));
+    objects.push_back(PlistDictionary{{"$classname", "NSArray"},
+                                      {"$classes", PlistArray{"NSArray", "NSObject"}}});
+    return platform::PropertyList::toBinary(
+        PlistDictionary{{"$archiver", "NSKeyedArchiver"},
+                        {"$version", KeyedArchive::kVersion},
+                        {"$top", PlistDictionary{{"root", PlistUid{1}}}},
+                        {"$objects", std::move(objects)}});
 }
 
 // Property-list text nested `depth` containers deep, closed or not.
@@ -106,20 +89,22 @@ Bytes deepXml(std::size_t depth, bool closed) {
 // A binary property list of one object whose header claims `count`
 // elements, with a trailer that claims `objects` objects.
 Bytes absurdBinary(std::uint8_t marker, std::uint64_t count, std::uint64_t objects) {
+    auto bigEndian = [](Bytes& bytes, std::uint64_t value) {
+        for (int shift = 56; shift >= 0; shift -= 8)
+            bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+    };
     Bytes bytes = bytesOf("bplist00");
     bytes.push_back(static_cast<std::uint8_t>(marker | 0x0F));
     bytes.push_back(0x13);  // an 8-byte integer follows
-    for (int shift = 56; shift >= 0; shift -= 8)
-        bytes.push_back(static_cast<std::uint8_t>(count >> shift));
+    bigEndian(bytes, count);
     const std::size_t offsetTable = bytes.size();
     bytes.push_back(8);  // the one object's offset
-    Bytes trailer(32, 0);
-    trailer[6] = 1;  // offset size
-    trailer[7] = 1;  // reference size
-    for (int i = 0; i < 8; ++i) trailer[8 + i] = static_cast<std::uint8_t>(objects >> (56 - 8 * i));
-    for (int i = 0; i < 8; ++i)
-        trailer[24 + i] = static_cast<std::uint8_t>(offsetTable >> (56 - 8 * i));
-    bytes.insert(bytes.end(), trailer.begin(), trailer.end());
+    // The trailer: six unused bytes, offset and reference sizes of one byte,
+    // the object count, the root, where the offset table starts.
+    bytes.insert(bytes.end(), {0, 0, 0, 0, 0, 0, 1, 1});
+    bigEndian(bytes, objects);
+    bigEndian(bytes, 0);
+    bigEndian(bytes, offsetTable);
     return bytes;
 }
 
@@ -233,7 +218,8 @@ private:
                     ArchivedObject(wrongCommand),
                     ArchivedObject(wrongPaths),
                     ArchivedObject(mixedPaths)};
-                return writeFile(path, archiveOf(shapes[below(shapes.size())]));
+                return writeFile(
+                    path, KeyedArchive::archivedDataWithRootObject(shapes[below(shapes.size())]));
             }
             case 8: {  // counts and lengths no file could hold
                 const std::uint8_t markers[] = {0xA0, 0xD0, 0x50, 0x60, 0x40};
@@ -260,10 +246,10 @@ private:
                 return writeFile(path, {});
             case 12: {  // larger than any command may be; sparse, so cheap to make
                 if (i % 512 != 12) return writeFile(path, randomBytes(1));
-                const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-                const bool made = fd >= 0 && ::ftruncate(fd, off_t{80} << 20) == 0;
-                if (fd >= 0) ::close(fd);
-                return made;
+                if (!writeFile(path, {})) return false;
+                std::error_code error;
+                std::filesystem::resize_file(path, std::uintmax_t{80} << 20, error);
+                return !error;
             }
             case 13:
                 return writeFile(path, bytesOf("<?xml version=\"1.0\"?><plist><string>" +

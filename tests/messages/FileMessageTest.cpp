@@ -5,7 +5,7 @@
 
 #include "messages/FileMessage.h"
 #include "messages/KeyedArchive.h"
-#include "platform/SampleApplication.h"
+#include "messages/MessageTestSupport.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -14,15 +14,8 @@ using Array = ArchivedObject::Array;
 using Dictionary = ArchivedObject::Dictionary;
 using testsupport::SampleApplication;
 
-// Identifiers no real application has, so that no test reaches one.
 MessageEnvironment testEnvironment(const testsupport::TempDir& dir) {
-    MessageEnvironment environment;
-    environment.messageFolder = dir / "shared";
-    environment.mainAppBundleId = "com.example.TestMain-" + std::to_string(::getpid());
-    environment.helperAppBundleId = "com.example.TestHelper-" + std::to_string(::getpid());
-    environment.applicationFolders = {dir / "Applications"};
-    environment.trust = testsupport::trustInside(dir);
-    return environment;
+    return testsupport::sampleEnvironment(dir, "Test");
 }
 
 std::shared_ptr<FileMessage> received(std::optional<ArchivedObject> body) {

@@ -11,9 +11,9 @@
 
 #include "messages/KeyedArchive.h"
 #include "platform/PropertyList.h"
-#include "support/BinaryPlist.h"
 #include "support/ExpandingPropertyLists.h"
 #include "support/TempDir.h"
+#include "support/DataTable.h"
 
 using platform::PlistArray;
 using platform::PlistData;
@@ -38,37 +38,12 @@ ArchivedObject instance(const std::string& name, Fields fields,
     return ArchivedObject(ArchivedObject::Instance{name, chain, std::move(fields)});
 }
 
-using testsupport::BinaryPlist;
-
 // What the platform's archiver writes for a command body made of mutable
 // objects, one path stored as UTF-16.
 std::vector<std::uint8_t> handMadeCommandArchive() {
-    BinaryPlist p;
-    auto classEntry = [&](std::vector<std::string> names) {
-        std::vector<std::uint8_t> refs;
-        for (const auto& name : names) refs.push_back(p.ascii(name));
-        return p.dict({{p.ascii("$classes"), p.array(refs)}, {p.ascii("$classname"), refs[0]}});
-    };
-    const auto classKey = p.ascii("$class");
-    const std::vector<std::uint8_t> objects = {
-        p.ascii("$null"),
-        p.dict({{classKey, p.uid(6)},
-                {p.ascii("NS.keys"), p.array({p.uid(2), p.uid(3)})},
-                {p.ascii("NS.objects"), p.array({p.uid(4), p.uid(7)})}}),
-        p.ascii("command"),
-        p.ascii("paths"),
-        p.dict({{classKey, p.uid(5)}, {p.ascii("NS.string"), p.ascii("exclude-paths")}}),
-        classEntry({"NSMutableString", "NSString", "NSObject"}),
-        classEntry({"NSMutableDictionary", "NSDictionary", "NSObject"}),
-        p.dict({{classKey, p.uid(8)}, {p.ascii("NS.objects"), p.array({p.uid(9), p.uid(10)})}}),
-        classEntry({"NSMutableArray", "NSArray", "NSObject"}),
-        p.ascii("/Applications/Old.app"),
-        p.utf16(u"/Users/Jos\u00e9/\u00c9t\u00e9.app"),
-    };
-    return p.build(p.dict({{p.ascii("$version"), p.integer(100000)},
-                           {p.ascii("$archiver"), p.ascii("NSKeyedArchiver")},
-                           {p.ascii("$top"), p.dict({{p.ascii("root"), p.uid(1)}})},
-                           {p.ascii("$objects"), p.array(objects)}}));
+    const std::string bytes = testsupport::readFile(
+        testsupport::dataPath("KeyedArchive/exclude-command-of-mutable-objects.bplist"));
+    return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
 }
 
 TEST(KeyedArchive, ReadsTheArchiversBytesAndWritesItsLayout) {
@@ -118,14 +93,12 @@ TEST(KeyedArchive, RoundTripsEveryKindItWrites) {
 }
 
 TEST(KeyedArchive, RefusesMalformedArchives) {
-    const ArchivedObject body(Dictionary{{"command", "exclude-paths"}, {"paths", Array{"/a"}}});
-    const PlistValue good = *KeyedArchive::archivedRootObject(body);
-    auto top = [](PlistValue& a) -> PlistDictionary& { return *a.asDictionary(); };
-    auto objects = [&](PlistValue& a) -> PlistArray& { return *top(a)["$objects"].asArray(); };
-    auto root = [&](PlistValue& a) -> PlistDictionary& { return *objects(a)[1].asDictionary(); };
-    auto rootClass = [&](PlistValue& a) -> PlistDictionary& {
-        return *objects(a)[*root(a)["$class"].asUid()].asDictionary();
-    };
+    // A good archive changed in one way each, named for the change.
+    for (const std::string& path : testsupport::dataFiles("KeyedArchive/refused")) {
+        const auto archive = platform::PropertyList::parse(testsupport::readFile(path));
+        ASSERT_TRUE(archive) << path;
+        EXPECT_EQ(KeyedArchive::unarchiveObjectWithArchive(*archive), std::nullopt) << path;
+    }
     // Arrays each holding the next `fanOut` times, ending in a string.
     auto chain = [](std::uint64_t length, std::size_t fanOut) {
         PlistArray list{"$null"};
@@ -137,65 +110,21 @@ TEST(KeyedArchive, RefusesMalformedArchives) {
         list.push_back(PlistDictionary{{"$classname", "NSArray"}});
         return list;
     };
-    auto deepField = [] {
-        PlistValue field = "bottom";
-        for (std::size_t i = 0; i < KeyedArchive::kMaxDepth + 10; ++i) field = PlistArray{field};
-        return PlistArray{"$null", PlistDictionary{{"$class", PlistUid{2}}, {"f", field}},
-                          PlistDictionary{{"$classname", "Custom"}}};
-    };
-    const std::uint64_t count = good.objectForKey("$objects")->asArray()->size();
-
-    const std::vector<std::pair<const char*, std::function<void(PlistValue&)>>> cases = {
-        {"another archiver", [&](PlistValue& a) { top(a)["$archiver"] = "NSArchiver"; }},
-        {"another version", [&](PlistValue& a) { top(a)["$version"] = 99999; }},
-        {"no top", [&](PlistValue& a) { top(a).erase("$top"); }},
-        {"root out of range",
-         [&](PlistValue& a) {
-             top(a)["$top"] = PlistDictionary{{"root", PlistUid{count}}};
-         }},
-        {"root nil",
-         [&](PlistValue& a) {
-             top(a)["$top"] = PlistDictionary{{"root", PlistUid{}}};
-         }},
-        {"no $null first", [&](PlistValue& a) { objects(a)[0] = "null"; }},
-        {"a cycle",
-         [&](PlistValue& a) {
-             root(a)["NS.objects"] = PlistArray{PlistUid{1}, PlistUid{1}};
-         }},
-        {"more keys than values",
-         [&](PlistValue& a) { root(a)["NS.objects"].asArray()->pop_back(); }},
-        {"a member not a UID",
-         [&](PlistValue& a) { root(a)["NS.keys"].asArray()->at(0) = "command"; }},
-        {"a nil key", [&](PlistValue& a) { root(a)["NS.keys"].asArray()->at(0) = PlistUid{0}; }},
-        {"a member out of range",
-         [&](PlistValue& a) { root(a)["NS.keys"].asArray()->at(0) = PlistUid{1u << 30}; }},
-        {"no class", [&](PlistValue& a) { root(a).erase("$class"); }},
-        {"class unnamed", [&](PlistValue& a) { rootClass(a).erase("$classname"); }},
-        {"class chain not strings",
-         [&](PlistValue& a) {
-             rootClass(a)["$classes"] = PlistArray{"NSDictionary", 5};
-         }},
-        {"a string object without its string",
-         [&](PlistValue& a) {
-             rootClass(a) = PlistDictionary{{"$classname", "NSMutableString"}};
-         }},
-        {"a plain list as an object",
-         [&](PlistValue& a) { objects(a)[1] = PlistArray{PlistUid{2}}; }},
-        {"too deep", [&](PlistValue& a) { objects(a) = chain(KeyedArchive::kMaxDepth + 10, 1); }},
-        {"doubling at every level", [&](PlistValue& a) { objects(a) = chain(40, 2); }},
-        {"a field too deep", [&](PlistValue& a) { objects(a) = deepField(); }},
-    };
-    for (const auto& [what, change] : cases) {
+    PlistValue field = "bottom";
+    for (std::size_t i = 0; i < KeyedArchive::kMaxDepth + 10; ++i) field = PlistArray{field};
+    const PlistArray deepField{"$null", PlistDictionary{{"$class", PlistUid{2}}, {"f", field}},
+                               PlistDictionary{{"$classname", "Custom"}}};
+    const PlistValue good = *KeyedArchive::archivedRootObject(ArchivedObject(Array{"/a"}));
+    auto withObjects = [&](const PlistArray& objects) {
         PlistValue archive = good;
-        change(archive);
-        EXPECT_EQ(KeyedArchive::unarchiveObjectWithArchive(archive), std::nullopt) << what;
-    }
+        (*archive.asDictionary())["$objects"] = objects;
+        return KeyedArchive::unarchiveObjectWithArchive(archive);
+    };
+    EXPECT_EQ(withObjects(chain(KeyedArchive::kMaxDepth + 10, 1)), std::nullopt) << "too deep";
+    EXPECT_EQ(withObjects(deepField), std::nullopt) << "a field too deep";
     // Just inside the limits.
-    for (const PlistArray& list : {chain(KeyedArchive::kMaxDepth - 2, 1), chain(12, 2)}) {
-        PlistValue archive = good;
-        objects(archive) = list;
-        EXPECT_TRUE(KeyedArchive::unarchiveObjectWithArchive(archive).has_value());
-    }
+    EXPECT_TRUE(withObjects(chain(KeyedArchive::kMaxDepth - 2, 1)).has_value());
+    EXPECT_TRUE(withObjects(chain(12, 2)).has_value());
 }
 
 TEST(KeyedArchive, RefusesEveryTruncation) {

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
+#include "messages/MessageEnvironment.h"
 #include "messages/PathForRemove.h"
+#include "support/SampleBundle.h"
 
 namespace testsupport {
 
@@ -17,6 +21,19 @@ inline std::vector<std::string> describe(
                         (e->isSizeCalculated() ? std::to_string(e->getSize()) : "-"));
     }
     return lines;
+}
+
+// Messages kept inside the test's folder: identifiers no real application
+// has, the shared folder and the application folder in `dir`, and trust that
+// stops at `dir`.
+inline MessageEnvironment sampleEnvironment(const TempDir& dir, const std::string& stem) {
+    MessageEnvironment environment;
+    environment.messageFolder = dir / "shared";
+    environment.mainAppBundleId = "com.example." + stem + "Main-" + std::to_string(::getpid());
+    environment.helperAppBundleId = "com.example." + stem + "Helper-" + std::to_string(::getpid());
+    environment.applicationFolders = {dir / "Applications"};
+    environment.trust = trustInside(dir);
+    return environment;
 }
 
 }  // namespace testsupport

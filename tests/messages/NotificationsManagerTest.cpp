@@ -4,7 +4,6 @@
 #include "messages/MessageTestSupport.h"
 #include "messages/NotificationsManager.h"
 #include "messages/WatcherMessage.h"
-#include "platform/SampleApplication.h"
 #include "platform/Workspace.h"
 #include "support/TempDir.h"
 
@@ -17,11 +16,7 @@ using testsupport::SampleApplication;
 // adds a route; the one the order prefers must receive the list.
 TEST(NotificationsManager, HandsTheListToThePreferredMainApplication) {
     testsupport::TempDir dir;
-    MessageEnvironment environment;
-    environment.messageFolder = dir / "shared";
-    environment.mainAppBundleId = "com.example.HandOverMain-" + std::to_string(::getpid());
-    environment.applicationFolders = {dir / "Applications"};
-    environment.trust = testsupport::trustInside(dir);
+    auto environment = testsupport::sampleEnvironment(dir, "HandOver");
     const std::string& mainId = environment.mainAppBundleId;
     const auto installed = SampleApplication::make(dir, "Applications/Main.app", mainId);
     const auto running = SampleApplication::make(dir, "Running/Main.app", mainId);
@@ -72,11 +67,8 @@ TEST(NotificationsManager, HandsTheListToThePreferredMainApplication) {
 // must pass it over for the well-kept installed copy.
 TEST(NotificationsManager, APlantedMainApplicationIsNeverStarted) {
     testsupport::TempDir dir;
-    MessageEnvironment environment;
-    environment.messageFolder = dir / "shared";
-    environment.mainAppBundleId = "com.example.PlantedMain-" + std::to_string(::getpid());
+    auto environment = testsupport::sampleEnvironment(dir, "Planted");
     environment.applicationFolders = {dir / "Shared", dir / "Applications"};
-    environment.trust = testsupport::trustInside(dir);
     const std::string& mainId = environment.mainAppBundleId;
     const auto installed = SampleApplication::make(dir, "Applications/Main.app", mainId);
     const auto planted = SampleApplication::make(dir, "Shared/Main.app", mainId);
@@ -105,10 +97,8 @@ TEST(NotificationsManager, APlantedMainApplicationIsNeverStarted) {
 
 TEST(NotificationsManager, StartsTheMainApplicationEvenWithoutAList) {
     testsupport::TempDir dir;
-    MessageEnvironment environment;  // no folder to write the list in
-    environment.mainAppBundleId = "com.example.NoListMain-" + std::to_string(::getpid());
-    environment.applicationFolders = {dir / "Applications"};
-    environment.trust = testsupport::trustInside(dir);
+    auto environment = testsupport::sampleEnvironment(dir, "NoList");
+    environment.messageFolder.clear();  // no folder to write the list in
     const auto main =
         SampleApplication::make(dir, "Applications/Main.app", environment.mainAppBundleId);
     NotificationsManager(environment)

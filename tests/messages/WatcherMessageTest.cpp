@@ -4,10 +4,12 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <sstream>
 
 #include "messages/MessageTestSupport.h"
 #include "messages/WatcherMessage.h"
 #include "support/TempDir.h"
+#include "support/DataTable.h"
 
 namespace {
 
@@ -76,55 +78,37 @@ TEST(WatcherMessage, NamesCountUpCarryTheSecondsSince2001AndSkipTakenOnes) {
     EXPECT_EQ(std::stoull(third[1]), counter + 1);
 }
 
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+// Lists under tests/data: those in read/ give the entries their ".expected"
+// names ("type path bundleId size"), those in refused/ give none.
 TEST(WatcherMessage, ReaderAcceptsWhatTheFormatAllowsAndRefusesTheRest) {
-    const std::string item = R"({"type":"3","path":"\/p","bundleId":"b"})";
-    auto list = [&](const std::string& items) { return kHeader + R"({"items":[)" + items + "]}"; };
-    auto typed = [](const std::string& type, const std::string& extra = "") {
-        return R"({"type":)" + type + extra + R"(,"path":"p","bundleId":"b"})";
-    };
-    // The text, and the entries read ("type path bundleId size"); none when
-    // the file must be refused.
-    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
-        {list(item), {"3 /p b -"}},
-        {list(R"({"type":5,"size":2048,"path":"/q","bundleId":"B.C"})"), {"5 /q b.c 2048"}},
-        {list(typed("\"18\"") + "," + typed("\"-1\"") + "," + typed("\"17\"") + "," +
-              typed("\"3abc\"") + "," + typed("\" +2\"") + "," + typed("4294967298") + "," +
-              typed("\"junk\"")),
-         {"17 p b -", "3 p b -", "2 p b -", "2 p b -", "0 p b -"}},
-        {list(typed("1", R"(,"size":"0")") + "," + typed("1", R"(,"size":"1024")") + "," +
-              typed("1", R"(,"size":"-5")") + "," +
-              typed("1", R"(,"size":"99999999999999999999")")),
-         {"1 p b -", "1 p b 1024", "1 p b -", "1 p b 9223372036854775807"}},
-        {list(R"(1,{"path":"a","bundleId":"b"},)" + typed("[]") + "," +
-              typed("1", R"(,"size":{})") +
-              R"(,{"type":"1","path":7,"bundleId":"b"},{"type":"1","path":"a"},)" + item),
-         {"3 /p b -"}},
-        {list(""), {}},
-        {list(typed("\"99\"")), {}},
-        {kHeader + R"({"items":{"a":1}})", {}},
-        {kHeader + "{}", {}},
-        {kHeader + "[" + item + "]", {}},
-        {kHeader + R"({"items":[)" + item, {}},
-        {list(item) + " x", {}},
-        {"---=== Sweepwell Agent Watcher Message v2 ===---\r\n" + list(item).substr(kHeader.size()),
-         {}},
-        {list(item).substr(kHeader.size()), {}},
-        {"\xEF\xBB\xBF" + list(item), {}},
-        {list(R"({"type":"1","path":"a)" + std::string("\xFF") + R"(","bundleId":"b"})"), {}},
-        {list(std::string(100000, '[') + std::string(100000, ']')), {}},
-        {kHeader + std::string(100000, '['), {}},
-        {"", {}},
-    };
     testsupport::TempDir dir;
-    for (const auto& [text, expected] : cases) {
-        SCOPED_TRACE(text.substr(0, 200));
+    auto load = [&](const std::string& text, const std::vector<std::string>& expected) {
         const std::string path = dir.writeFile("list.trforsw", text);
         WatcherMessage message;
         EXPECT_EQ(message.loadFromPath(path), !expected.empty());
         EXPECT_EQ(describe(message.getPathsForRemove()), expected);
-        EXPECT_EQ(exists(path), expected.empty());  // refused files stay
+        EXPECT_EQ(exists(path), expected.empty());  // a list that was read is consumed
         ::unlink(path.c_str());
+    };
+    for (const char* folder : {"WatcherMessage/read", "WatcherMessage/refused"}) {
+        for (const std::string& file : testsupport::dataFiles(folder)) {
+            if (!file.ends_with(".trforsw")) continue;
+            SCOPED_TRACE(file);
+            const std::string expected = file.substr(0, file.size() - 8) + ".expected";
+            load(testsupport::readFile(file), linesOf(testsupport::readFile(expected)));
+        }
     }
+    // Nesting far deeper than any list is refused without running out of stack.
+    const std::string list = kHeader + R"({"items":[)";
+    load(list + std::string(100000, '[') + std::string(100000, ']') + "]}", {});
+    load(kHeader + std::string(100000, '['), {});
     EXPECT_FALSE(WatcherMessage().loadFromPath(dir / "missing.trforsw"));
 }
 

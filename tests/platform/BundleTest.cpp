@@ -2,22 +2,9 @@
 
 #include "platform/Bundle.h"
 #include "platform/PropertyList.h"
-#include "support/TempDir.h"
+#include "support/SampleBundle.h"
 
 namespace {
-
-const char kXmlInfo[] = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0">
-<dict>
-	<key>CFBundleIdentifier</key>
-	<string>com.example.Xml</string>
-	<key>CFBundleExecutable</key>
-	<string>Xml Tool</string>
-	<key>LSUIElement</key>
-	<true/>
-</dict>
-</plist>
-)";
 
 std::string binaryInfo(const platform::PlistValue& info) {
     const auto bytes = platform::PropertyList::toBinary(info);
@@ -26,7 +13,10 @@ std::string binaryInfo(const platform::PlistValue& info) {
 
 TEST(Bundle, ReadsInfoPlistInEitherFormatAndRefusesOtherFolders) {
     testsupport::TempDir dir;
-    dir.writeFile("Xml.app/Contents/Info.plist", kXmlInfo);
+    testsupport::makeBundle(dir, "Xml.app",
+                            {{"CFBundleIdentifier", "com.example.Xml"},
+                             {"CFBundleExecutable", "Xml Tool"},
+                             {"LSUIElement", true}});
     dir.writeFile("Bin.bundle/Contents/Info.plist",
                   binaryInfo(platform::PlistDictionary{{"CFBundleIdentifier", "com.example.Bin"}}));
     dir.writeFile("Odd.app/Contents/Info.plist",

@@ -5,7 +5,7 @@
 #include <map>
 
 #include "platform/BundleTrust.h"
-#include "platform/SampleApplication.h"
+#include "support/SampleBundle.h"
 #include "support/TempDir.h"
 
 namespace {

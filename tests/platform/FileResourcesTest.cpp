@@ -7,6 +7,7 @@
 
 #include "platform/FileResources.h"
 #include "support/TempDir.h"
+#include "support/DataTable.h"
 
 namespace {
 
@@ -36,76 +37,30 @@ struct Sample {
     }
 };
 
-TEST(FileResources, ValuesDescribeTheEntryItself) {
+TEST(FileResources, ValuesDescribeTheEntryItselfAndTheKindTestsFollowLinks) {
     Sample sample;
     const TempDir& dir = sample.dir;
-    struct Row {
-        std::string name;
-        bool directory, link, regular, application, package;
-        std::uint64_t linkCount;
-    };
-    const std::vector<Row> rows = {
-        {"file.txt", false, false, true, false, false, 2},
-        {"folder", true, false, false, false, false, 1},
-        {"Tool.app", true, false, false, true, true, 1},
-        {"Shout.APP", true, false, false, true, true, 1},
-        {"Kit.framework", true, false, false, false, true, 1},
-        {"Settings.prefPane", true, false, false, false, true, 1},
-        {"Plain", true, false, false, false, true, 1},
-        {"en.lproj", true, false, false, false, false, 1},
-        {"not-a-folder.app", false, false, true, false, false, 1},
-        {"link-to-folder", false, true, false, false, false, 1},
-        {"link-to-folder/", false, true, false, false, false, 1},
-        {"Linked.app", false, true, false, false, false, 1},
-        {"dangling", false, true, false, false, false, 1},
-        {"pipe", false, false, false, false, false, 1},
-    };
-    for (const Row& row : rows) {
-        const auto values = platform::resourceValuesForPath(dir / row.name);
-        ASSERT_TRUE(values.has_value()) << row.name;
-        EXPECT_EQ(values->isDirectory, row.directory) << row.name;
-        EXPECT_EQ(values->isSymbolicLink, row.link) << row.name;
-        EXPECT_EQ(values->isRegularFile, row.regular) << row.name;
-        EXPECT_EQ(values->isApplication, row.application) << row.name;
-        EXPECT_EQ(values->isPackage, row.package) << row.name;
-        EXPECT_EQ(values->linkCount, row.linkCount) << row.name;
-        EXPECT_FALSE(values->isImmutable) << row.name;
+    for (const auto& row : testsupport::readDataTable("FileResources/sample-entries.tsv")) {
+        ASSERT_EQ(row.size(), 9u);
+        SCOPED_TRACE(row[0]);
+        const std::string path = dir / row[0];
+        EXPECT_EQ(platform::isApplicationAtPath(path), row[7] == "1");
+        EXPECT_EQ(platform::isFilePackageAtPath(path), row[8] == "1");
+        const auto values = platform::resourceValuesForPath(path);
+        ASSERT_EQ(values.has_value(), row[1] != "-");
+        if (!values) continue;
+        const bool flags[] = {values->isDirectory, values->isSymbolicLink, values->isRegularFile,
+                              values->isApplication, values->isPackage};
+        for (int i = 0; i < 5; ++i) EXPECT_EQ(flags[i], row[1 + i] == "1") << "column " << 1 + i;
+        EXPECT_EQ(values->linkCount, std::stoull(row[6]));
+        EXPECT_FALSE(values->isImmutable);
     }
-    EXPECT_FALSE(platform::resourceValuesForPath(dir / "gone").has_value());
     EXPECT_FALSE(platform::resourceValuesForPath("").has_value());
 
     const auto file = platform::resourceValuesForPath(dir / "file.txt");
     EXPECT_EQ(file->fileSize, 5000u);
     EXPECT_GE(file->totalFileAllocatedSize, 4096u) << "written data takes whole blocks";
     EXPECT_EQ(file->totalFileAllocatedSize % 512, 0u);
-}
-
-TEST(FileResources, ApplicationAndPackageTestsFollowLinks) {
-    Sample sample;
-    const TempDir& dir = sample.dir;
-    struct Row {
-        std::string name;
-        bool application, package;
-    };
-    const std::vector<Row> rows = {
-        {"Tool.app", true, true},
-        {"Shout.APP", true, true},
-        {"Kit.framework", false, true},
-        {"Settings.prefPane", false, true},
-        {"Plain", false, true},
-        {"en.lproj", false, false},
-        {"folder", false, false},
-        {"not-a-folder.app", false, false},
-        {"Linked.app", true, true},
-        {"alias", false, true},
-        {"Dangling.app", false, false},
-        {"missing.app", false, false},
-        {"Tool.app/Contents", false, false},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(platform::isApplicationAtPath(dir / row.name), row.application) << row.name;
-        EXPECT_EQ(platform::isFilePackageAtPath(dir / row.name), row.package) << row.name;
-    }
 }
 
 }  // namespace

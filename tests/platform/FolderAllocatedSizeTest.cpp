@@ -16,12 +16,8 @@ namespace {
 namespace fs = std::filesystem;
 using platform::allocatedSizeOfFolderContents;
 
-bool always(std::uint64_t) {
-    return true;
-}
-bool never(std::uint64_t) {
-    return false;
-}
+constexpr auto always = +[](std::uint64_t) { return true; };
+constexpr auto never = +[](std::uint64_t) { return false; };
 
 // Enters every folder, counts how often it is asked, and abandons the walk at once.
 std::atomic<int> g_asked{0};
@@ -87,7 +83,7 @@ protected:
 TEST_F(FolderAllocatedSize, SumsTheEntriesThatAreNotFolders) {
     const std::string root = makeTree();
     const std::uint64_t expected = oracle(root);
-    EXPECT_EQ(allocatedSizeOfFolderContents(root, &always), expected);
+    EXPECT_EQ(allocatedSizeOfFolderContents(root, always), expected);
     // The hard link really is counted twice, and the sparse file for its blocks only.
     EXPECT_GE(expected, 2 * blocksOf(root + "/page") + blocksOf(root + "/a/b/c/deep"));
     EXPECT_LT(expected, 50u * 1024 * 1024);
@@ -104,14 +100,14 @@ TEST_F(FolderAllocatedSize, SumsTheEntriesThatAreNotFolders) {
         {root + "/dangling", 0},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(allocatedSizeOfFolderContents(c.path, &always), c.size) << c.path;
+        EXPECT_EQ(allocatedSizeOfFolderContents(c.path, always), c.size) << c.path;
 
     // A rule that enters no sub-folder leaves only the top level.
     std::uint64_t topLevel = 0;
     for (const auto& entry : fs::directory_iterator(root)) {
         if (!entry.is_directory() || entry.is_symlink()) topLevel += blocksOf(entry.path());
     }
-    EXPECT_EQ(allocatedSizeOfFolderContents(root, &never), topLevel);
+    EXPECT_EQ(allocatedSizeOfFolderContents(root, never), topLevel);
 }
 
 TEST_F(FolderAllocatedSize, TreesDeeperThanTheOpenFolderBudget) {
@@ -156,7 +152,7 @@ TEST_F(FolderAllocatedSize, TreesDeeperThanTheOpenFolderBudget) {
 
     // Worked out two ways: by what was made, and by the standard library's walk.
     ASSERT_EQ(oracle(root), made);
-    EXPECT_EQ(allocatedSizeOfFolderContents(root, &always), made);
+    EXPECT_EQ(allocatedSizeOfFolderContents(root, always), made);
     // Otherwise this tree would not test the way back up on this file system.
     EXPECT_GT(levelsLeftForLater, 5);
 }
@@ -167,7 +163,7 @@ TEST_F(FolderAllocatedSize, UnreadableFoldersAreSkipped) {
     writeBytes(root + "/no-search/inside", 70000);
     ::chmod((root + "/locked").c_str(), 0);
     ::chmod((root + "/no-search").c_str(), 0600);
-    const std::uint64_t size = allocatedSizeOfFolderContents(root, &always);
+    const std::uint64_t size = allocatedSizeOfFolderContents(root, always);
     EXPECT_EQ(size, oracle(root));
     if (::geteuid() != 0) {
         // Only an ordinary user is kept out; the superuser reads everything.
@@ -202,7 +198,7 @@ TEST_F(FolderAllocatedSize, RootsHoldingTheHomeAreNotWalked) {
         const auto size = allocatedSizeOfFolderContents(c.root, &askedThenStop, {&g_stop, home});
         EXPECT_EQ(g_asked > 0, c.walked) << c.root;
         if (c.walked) {
-            EXPECT_EQ(allocatedSizeOfFolderContents(c.root, &always, {nullptr, home}),
+            EXPECT_EQ(allocatedSizeOfFolderContents(c.root, always, {nullptr, home}),
                       oracle(c.root))
                 << c.root;
         } else {
@@ -236,11 +232,11 @@ TEST_F(FolderAllocatedSize, StaysOnTheFileSystemOfItsRoot) {
         writeBytes(mounted + "/inside", 200000);
         writeBytes(mounted + "/deeper/inside", 200000);
         if (oracle(root) <= own) return "nothing was mounted";
-        const auto size = allocatedSizeOfFolderContents(root, &always);
+        const auto size = allocatedSizeOfFolderContents(root, always);
         if (size != own)
             return "walked " + std::to_string(size) + ", expected " + std::to_string(own);
         // Sized on its own, the mounted folder is its own file system's root.
-        if (allocatedSizeOfFolderContents(mounted, &always) != oracle(mounted))
+        if (allocatedSizeOfFolderContents(mounted, always) != oracle(mounted))
             return "mount not sized";
         return "";
     });

@@ -4,10 +4,13 @@
 
 #include <cstdio>
 #include <fstream>
-#include <functional>
+#include <iterator>
+#include <map>
+#include <sstream>
 
 #include "platform/KernelEventQueue.h"
 #include "support/TempDir.h"
+#include "support/DataTable.h"
 
 using namespace std::chrono_literals;
 using namespace platform;
@@ -20,74 +23,58 @@ namespace {
 struct Watch {
     std::shared_ptr<KernelEventQueue> queue = KernelEventQueue::create();
     std::shared_ptr<int> token = std::make_shared<int>(0);
-    std::vector<KernelEventQueue::Event> changes(std::chrono::milliseconds timeout = 1s) {
-        return queue->wait(timeout);
-    }
 };
 
-void append(const std::string& path) {
-    std::ofstream(path, std::ios::app) << "more";
+std::vector<std::string> words(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+// Carries out one step of a change: "touch", "mkdir", "rmdir", "unlink",
+// "append", "chmod" on a path, "rename" from one to another.
+void carryOut(const TempDir& dir, const std::string& step) {
+    const auto word = words(step);
+    const std::string path = dir / word.at(1);
+    if (word[0] == "touch") dir.writeFile(word[1]);
+    if (word[0] == "mkdir") dir.makeDir(word[1]);
+    if (word[0] == "rmdir") ::rmdir(path.c_str());
+    if (word[0] == "unlink") ::unlink(path.c_str());
+    if (word[0] == "append") std::ofstream(path, std::ios::app) << "more";
+    if (word[0] == "chmod") ::chmod(path.c_str(), 0750);
+    if (word[0] == "rename") std::rename(path.c_str(), (dir / word.at(2)).c_str());
 }
 
 TEST(KernelEventQueue, EachChangeMapsToItsKinds) {
-    struct Case {
-        const char* what;
-        const char* watched;
-        std::function<void(const TempDir&)> change;
-        std::uint32_t expected;
-    };
-    const std::vector<Case> cases = {
-        {"file created in folder", "w", [](auto& d) { d.writeFile("w/new"); }, kNoteWrite},
-        {"folder created in folder", "w", [](auto& d) { d.makeDir("w/newdir"); },
-         kNoteWrite | kNoteLink},
-        {"folder removed from folder", "w", [](auto& d) { ::rmdir((d / "w/sub").c_str()); },
-         kNoteWrite | kNoteLink},
-        {"entry renamed in folder", "w",
-         [](auto& d) { std::rename((d / "w/file").c_str(), (d / "w/file2").c_str()); }, kNoteWrite},
-        {"folder moved in from outside", "w",
-         [](auto& d) { std::rename((d / "outside").c_str(), (d / "w/outside").c_str()); },
-         kNoteWrite | kNoteLink},
-        {"entry's contents changed", "w", [](auto& d) { append(d / "w/file"); }, 0},
-        {"folder's mode changed", "w", [](auto& d) { ::chmod((d / "w").c_str(), 0750); },
-         kNoteAttrib},
-        {"folder renamed", "w", [](auto& d) { std::rename((d / "w").c_str(), (d / "w2").c_str()); },
-         kNoteRename},
-        {"folder emptied and removed", "w",
-         [](auto& d) {
-             ::unlink((d / "w/file").c_str());
-             ::rmdir((d / "w/sub").c_str());
-             ::rmdir((d / "w").c_str());
-         },
-         kNoteWrite | kNoteLink | kNoteDelete},
-        {"file appended to", "w/file", [](auto& d) { append(d / "w/file"); },
-         kNoteWrite | kNoteExtend},
-        {"file's mode changed", "w/file", [](auto& d) { ::chmod((d / "w/file").c_str(), 0600); },
-         kNoteAttrib},
-        {"file renamed", "w/file",
-         [](auto& d) { std::rename((d / "w/file").c_str(), (d / "w/moved").c_str()); },
-         kNoteRename},
-        {"file deleted", "w/file", [](auto& d) { ::unlink((d / "w/file").c_str()); },
-         kNoteAttrib | kNoteDelete},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    const std::map<std::string, std::uint32_t> kinds = {{"write", kNoteWrite},
+                                                        {"link", kNoteLink},
+                                                        {"attrib", kNoteAttrib},
+                                                        {"rename", kNoteRename},
+                                                        {"delete", kNoteDelete},
+                                                        {"extend", kNoteExtend},
+                                                        {"none", 0}};
+    for (const auto& row : testsupport::readDataTable("KernelEventQueue/changes.tsv")) {
+        ASSERT_EQ(row.size(), 4u);
+        SCOPED_TRACE(row[0]);
+        std::uint32_t expected = 0;
+        for (const std::string& kind : words(row[3])) expected |= kinds.at(kind);
         TempDir dir;
         dir.writeFile("w/file", "x");
         dir.makeDir("w/sub");
         dir.makeDir("outside");
         Watch watch;
         ASSERT_TRUE(watch.queue);
-        const int registration = watch.queue->open(dir / c.watched);
+        const int registration = watch.queue->open(dir / row[1]);
         ASSERT_GE(registration, 0);
         ASSERT_TRUE(watch.queue->subscribe(registration, kNoteAll, watch.token));
-        c.change(dir);
-        const auto events = watch.changes(c.expected ? 1000ms : 100ms);
-        if (c.expected == 0) {
+        std::istringstream steps(row[2]);
+        for (std::string step; std::getline(steps, step, ';');) carryOut(dir, step);
+        const auto events = watch.queue->wait(expected ? 1000ms : 100ms);
+        if (expected == 0) {
             EXPECT_TRUE(events.empty());
             continue;
         }
         ASSERT_EQ(events.size(), 1u);
-        EXPECT_EQ(events[0].fflags, c.expected);
+        EXPECT_EQ(events[0].fflags, expected);
         EXPECT_EQ(events[0].userData.lock(), watch.token);
     }
 }
@@ -112,7 +99,7 @@ TEST(KernelEventQueue, RegistrationsOfOneItemFilterOnTheirOwnAndMergeInOrder) {
     dir.writeFile("a/one");
     ::chmod((dir / "a").c_str(), 0750);
     dir.writeFile("a/two");
-    auto events = watch.changes();
+    auto events = watch.queue->wait(1s);
     ASSERT_EQ(events.size(), 3u);
     EXPECT_EQ(events[0].userData.lock(), other);
     EXPECT_EQ(events[1].userData.lock(), writes);
@@ -124,7 +111,7 @@ TEST(KernelEventQueue, RegistrationsOfOneItemFilterOnTheirOwnAndMergeInOrder) {
     watch.queue->close(viaPath);
     ::chmod((dir / "a").c_str(), 0700);
     dir.writeFile("a/three");
-    events = watch.changes();
+    events = watch.queue->wait(1s);
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].userData.lock(), attributes);
 }

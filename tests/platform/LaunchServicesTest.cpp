@@ -4,9 +4,9 @@
 #include <unistd.h>
 
 #include "platform/LaunchServices.h"
-#include "platform/SampleApplication.h"
 #include "platform/UserDefaults.h"
 #include "support/Isolated.h"
+#include "support/SampleBundle.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -27,7 +27,7 @@ TEST(LaunchServices, FindsCopiesInRootsAndPlainSubfoldersOnly) {
     make("A/Tools/Sub/Deeper/TooDeep/Lost.app");
     make("A/Host.app/Contents/Applications/Inner.app");
     make("A/Plugin.bundle/Inner.app");
-    dir.writeFile("A/Plugin.bundle/Contents/Info.plist", "<plist><dict/></plist>");
+    testsupport::makeBundle(dir, "A/Plugin.bundle", {});
     make("A/.hidden/Hidden.app");
     make("A/Other.app", "com.example.Other");
     dir.writeFile("A/Broken.app/Contents/Info.plist", "not a property list");
@@ -44,15 +44,6 @@ TEST(LaunchServices, FindsCopiesInRootsAndPlainSubfoldersOnly) {
     EXPECT_EQ(urlForApplicationWithBundleIdentifier(id, {dir / "B"}), inB);
     EXPECT_EQ(urlForApplicationWithBundleIdentifier("com.example.None", roots), std::nullopt);
     EXPECT_TRUE(copiesOfBundleIdentifier("", roots).empty());
-}
-
-TEST(LaunchServices, ApplicationFoldersStartWithTheSystemFolder) {
-    const auto folders = platform::LaunchServices::applicationFolders();
-    ASSERT_FALSE(folders.empty());
-    EXPECT_EQ(folders.front(), "/Applications");
-    for (std::size_t i = 1; i < folders.size(); ++i) {
-        EXPECT_EQ(folders[i].rfind("/Applications"), folders[i].size() - 13) << folders[i];
-    }
 }
 
 TEST(LaunchServices, EachRootHasItsOwnBudget) {

@@ -7,15 +7,13 @@
 #include "dispatch/ManualMainQueue.h"
 #include "platform/MetadataPredicate.h"
 #include "platform/MetadataQuery.h"
-#include "platform/PropertyList.h"
-#include "support/TempDir.h"
+#include "support/SampleBundle.h"
+#include "support/DataTable.h"
 
 namespace {
 
 using platform::MetadataPredicate;
 using platform::MetadataQuery;
-
-enum Outcome { Unparsable, Matches, DoesNotMatch };
 
 TEST(MetadataPredicate, ParsesAndEvaluatesTheLanguage) {
     const std::map<std::string, std::string> item = {
@@ -23,58 +21,21 @@ TEST(MetadataPredicate, ParsesAndEvaluatesTheLanguage) {
         {"kMDItemPath", "/Applications/Ünï App.app"},
         {"kMDItemFSName", "Ünï App.app"},
     };
-    const struct {
-        const char* format;
-        Outcome outcome;
-    } cases[] = {
-        // The form the remains finder writes.
-        {"kMDItemCFBundleIdentifier == 'com.example.App' AND kMDItemPath LIKE '?*'", Matches},
-        {"kMDItemCFBundleIdentifier == 'com.example.app' AND kMDItemPath LIKE '?*'", DoesNotMatch},
-        {"kMDItemCFBundleIdentifier ==[c] 'COM.EXAMPLE.APP'", Matches},
-        {"kMDItemCFBundleIdentifier != 'x' && kMDItemFSName <> 'y'", Matches},
-        // A missing attribute differs from everything and matches nothing.
-        {"kMDItemVersion != '1.0'", Matches},
-        {"kMDItemVersion == '1.0' OR kMDItemVersion LIKE '*'", DoesNotMatch},
-        // "?" is one character, also when it takes several bytes.
-        {"kMDItemFSName LIKE '?n? App.app'", Matches},
-        {"kMDItemFSName LIKE '??n? App.app'", DoesNotMatch},
-        {"kMDItemPath LIKE '/Applications/*.app'", Matches},
-        {"kMDItemPath LIKE '*App'", DoesNotMatch},
-        {"kMDItemPath like[c] '*APP.APP'", Matches},
-        {"kMDItemPath LIKE ''", DoesNotMatch},
-        {"kMDItemPath BEGINSWITH '/Applications/' AND kMDItemPath ENDSWITH '.app'", Matches},
-        {"kMDItemPath CONTAINS[c] 'ünï'", DoesNotMatch},  // case folding is ASCII only
-        {"kMDItemPath CONTAINS 'Ünï'", Matches},
-        // AND binds tighter than OR; NOT and parentheses.
-        {"FALSEPREDICATE AND TRUEPREDICATE OR TRUEPREDICATE", Matches},
-        {"FALSEPREDICATE AND (TRUEPREDICATE OR TRUEPREDICATE)", DoesNotMatch},
-        {"NOT kMDItemFSName == 'x' AND !(kMDItemPath == 'y')", Matches},
-        {"not not kMDItemFSName == 'x'", DoesNotMatch},
-        {"kMDItemFSName == 'it\\'s' OR kMDItemFSName == \"a \\\"b\\\\\"", DoesNotMatch},
-        // Outside the language.
-        {"", Unparsable},
-        {"kMDItemFSName == ", Unparsable},
-        {"kMDItemFSName == 'open", Unparsable},
-        {"kMDItemFSName == 42", Unparsable},
-        {"kMDItemFSName == other", Unparsable},
-        {"kMDItemFSName ==[d] 'x'", Unparsable},
-        {"(kMDItemFSName == 'x'", Unparsable},
-        {"kMDItemFSName == 'x')", Unparsable},
-        {"kMDItemFSName == 'x' kMDItemPath == 'y'", Unparsable},
-        {"kMDItemCFBundleIdentifier == 'it's' AND kMDItemPath LIKE '?*'", Unparsable},
-        {"'x' == kMDItemFSName", Unparsable},
-    };
-    for (const auto& c : cases) {
-        const auto predicate = MetadataPredicate::predicateWithFormat(c.format);
-        ASSERT_EQ(predicate.has_value(), c.outcome != Unparsable) << c.format;
+    for (const auto& row : testsupport::readDataTable("MetadataPredicate/over-one-item.tsv")) {
+        ASSERT_EQ(row.size(), 2u);
+        const std::string& format = row[1];
+        SCOPED_TRACE(format);
+        const auto predicate = MetadataPredicate::predicateWithFormat(format);
+        ASSERT_EQ(predicate.has_value(), row[0] != "unparsable");
         if (!predicate) continue;
-        EXPECT_EQ(predicate->evaluateWithObject(item), c.outcome == Matches) << c.format;
+        const bool matches = row[0] == "matches";
+        EXPECT_EQ(predicate->evaluateWithObject(item), matches);
         // Written back and read again, it is the same predicate.
         const std::string text = predicate->predicateFormat();
         const auto again = MetadataPredicate::predicateWithFormat(text);
         ASSERT_TRUE(again.has_value()) << text;
         EXPECT_EQ(again->predicateFormat(), text);
-        EXPECT_EQ(again->evaluateWithObject(item), c.outcome == Matches) << text;
+        EXPECT_EQ(again->evaluateWithObject(item), matches) << text;
     }
 }
 
@@ -99,12 +60,8 @@ protected:
     testsupport::TempDir m_dir;
 
     void makeApp(const std::string& relative, const std::string& id) {
-        m_dir.makeDir(relative + "/Contents");
-        platform::PlistDictionary info{{"CFBundleIdentifier", id},
-                                       {"CFBundleShortVersionString", "2.1"}};
-        ASSERT_TRUE(platform::PropertyList::writeFileAtomically(
-            m_dir / (relative + "/Contents/Info.plist"), platform::PlistValue(info),
-            platform::PropertyList::Format::Xml));
+        testsupport::makeBundle(
+            m_dir, relative, {{"CFBundleIdentifier", id}, {"CFBundleShortVersionString", "2.1"}});
     }
 
     // The paths a finished query found, sorted.

@@ -21,7 +21,11 @@ struct Entry {
     mode_t type = 0;
     mode_t mode = 0;
     uid_t owner = 0;
+    bool operator==(const Entry&) const = default;
 };
+
+// What every folder made for us must be.
+const Entry kPrivateFolder{true, S_IFDIR, 0700, ::getuid()};
 
 Entry entryAt(const std::string& path) {
     struct stat info {};
@@ -75,10 +79,7 @@ TEST(TemporaryDirectory, RuntimeFolderIsTakenOnlyWhenItIsPrivateAndOurs) {
         EXPECT_EQ(privateTemporaryDirectory(row.runtimeDir, "", base, ::getuid()), row.expected)
             << row.what;
     }
-    const Entry made = entryAt(ownFolderIn(base));
-    EXPECT_EQ(made.type, S_IFDIR);
-    EXPECT_EQ(made.mode, 0700u);
-    EXPECT_EQ(made.owner, ::getuid());
+    EXPECT_EQ(entryAt(ownFolderIn(base)), kPrivateFolder);
 }
 
 // Another user may make our usual name in the shared folder first. The
@@ -125,16 +126,11 @@ TEST(TemporaryDirectory, ATakenSharedNameLeadsEveryStartToTheSameFolderInTheHome
         EXPECT_EQ(privateTemporaryDirectory(std::nullopt, home.path(), shared.path(), ::getuid()),
                   expected)
             << row.what << ": a second start";
-        const Entry made = entryAt(home / ".cache/sweepwell-helper");
-        EXPECT_EQ(made.type, S_IFDIR) << row.what;
-        EXPECT_EQ(made.mode, 0700u) << row.what;
+        EXPECT_EQ(entryAt(home / ".cache/sweepwell-helper"), kPrivateFolder) << row.what;
         EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", shared.path(), ::getuid()), "")
             << row.what << ": no home";
 
-        const Entry after = entryAt(planted);
-        EXPECT_EQ(after.type, before.type) << row.what;
-        EXPECT_EQ(after.mode, before.mode) << row.what;
-        EXPECT_EQ(after.owner, before.owner) << row.what;
+        EXPECT_EQ(entryAt(planted), before) << row.what << ": the planted name is untouched";
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(shared.path()), {}),
                   row.what == std::string("link to a private folder") ? 2 : 1)
             << row.what << ": nothing else made in the shared folder";
@@ -192,10 +188,7 @@ TEST(TemporaryDirectory, ProcessFolderIsPrivateAndTheSameForEveryThread) {
     const std::string first = platform::temporaryDirectory();
     ASSERT_FALSE(first.empty());
     EXPECT_EQ(first.back(), '/');
-    const Entry entry = entryAt(first.substr(0, first.size() - 1));
-    EXPECT_EQ(entry.type, S_IFDIR);
-    EXPECT_EQ(entry.mode, 0700u);
-    EXPECT_EQ(entry.owner, ::getuid());
+    EXPECT_EQ(entryAt(first.substr(0, first.size() - 1)), kPrivateFolder);
 
     std::vector<std::string> seen(4);
     std::vector<std::thread> threads;

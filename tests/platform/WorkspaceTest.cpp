@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "platform/SampleApplication.h"
 #include "platform/Workspace.h"
+#include "support/SampleBundle.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -92,8 +92,7 @@ TEST(Workspace, OpenFileFailsWithoutARunnableProgram) {
     const std::string notExecutable = dir.writeFile("plain.sh", "#!/bin/sh\nexit 0\n");
     const std::string noInterpreter = dir.writeFile("garbage", "\x7f\x01 not a program");
     ::chmod(noInterpreter.c_str(), 0755);
-    dir.writeFile("NoExe.app/Contents/Info.plist",
-                  "<plist><dict><key>CFBundleIdentifier</key><string>x</string></dict></plist>");
+    testsupport::makeBundle(dir, "NoExe.app", {{"CFBundleIdentifier", "x"}});
 
     const auto trust = testsupport::trustInside(dir);
     const std::vector<std::string> applications = {

@@ -10,11 +10,15 @@ namespace testsupport {
 
 // A binary property list put together byte by byte, as other programs lay
 // it out: objects, a table of offsets as wide as the largest needs, the
-// trailer. References are one byte, so a list holds at most 256 objects, but
-// an object may be referred to any number of times.
+// trailer. So tests can describe graphs no writer would produce (cycles,
+// shared children, long chains). References are one byte unless asked for
+// wider, so by default a list holds at most 256 objects, but an object may be
+// referred to any number of times.
 class BinaryPlist {
 public:
-    using Ref = std::uint8_t;
+    using Ref = std::uint32_t;
+
+    explicit BinaryPlist(int referenceWidth = 1) : m_nRefWidth(referenceWidth) {}
 
     Ref add(std::string bytes) {
         m_arrObjects.push_back(std::move(bytes));
@@ -29,11 +33,16 @@ public:
     Ref integer(std::uint32_t value) { return add("\x12" + bigEndian(value, 4)); }
     Ref uid(std::uint8_t value) { return add(std::string("\x80") + char(value)); }
     Ref array(const std::vector<Ref>& refs) {
-        return add(marker(0xA0, refs.size()) + std::string(refs.begin(), refs.end()));
+        std::string bytes = marker(0xA0, refs.size());
+        for (Ref ref : refs) bytes += bigEndian(ref, m_nRefWidth);
+        return add(bytes);
     }
     Ref dict(const std::vector<std::pair<Ref, Ref>>& entries) {
         std::string keys, values;
-        for (auto [key, value] : entries) keys += char(key), values += char(value);
+        for (auto [key, value] : entries) {
+            keys += bigEndian(key, m_nRefWidth);
+            values += bigEndian(value, m_nRefWidth);
+        }
         return add(marker(0xD0, entries.size()) + keys + values);
     }
     std::vector<std::uint8_t> build(Ref root) const {
@@ -46,8 +55,8 @@ public:
         const std::size_t table = bytes.size();
         const int width = table <= 0xFF ? 1 : table <= 0xFFFF ? 2 : 4;
         for (std::size_t offset : offsets) bytes += bigEndian(offset, width);
-        bytes += std::string(6, '\0') + char(width) + '\x01' + bigEndian(m_arrObjects.size(), 8) +
-                 bigEndian(root, 8) + bigEndian(table, 8);
+        bytes += std::string(6, '\0') + char(width) + char(m_nRefWidth) +
+                 bigEndian(m_arrObjects.size(), 8) + bigEndian(root, 8) + bigEndian(table, 8);
         return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
     }
 
@@ -63,6 +72,7 @@ public:
     }
 
 private:
+    int m_nRefWidth;
     std::vector<std::string> m_arrObjects;
 };
 

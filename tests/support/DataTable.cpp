@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 namespace testsupport {
@@ -52,6 +54,17 @@ std::vector<DataRow> readDataTable(const std::string& name) {
     }
     if (rows.empty()) ADD_FAILURE() << "no rows in " << name;
     return rows;
+}
+
+std::vector<std::string> dataFiles(const std::string& folder) {
+    std::vector<std::string> files;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(dataPath(folder), error)) {
+        if (entry.is_regular_file()) files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    if (files.empty()) ADD_FAILURE() << "no files in " << dataPath(folder);
+    return files;
 }
 
 std::string describeRow(const DataRow& row) {

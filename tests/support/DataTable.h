@@ -15,6 +15,10 @@ std::vector<DataRow> readDataTable(const std::string& name);
 // The path of a file kept under tests/data, for tests that read it whole.
 std::string dataPath(const std::string& name);
 
+// The regular files of a folder under tests/data, by name, as full paths;
+// an empty or missing folder fails the test.
+std::vector<std::string> dataFiles(const std::string& folder);
+
 // A row as one readable line, for SCOPED_TRACE.
 std::string describeRow(const DataRow& row);
 
