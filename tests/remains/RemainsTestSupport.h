@@ -12,6 +12,7 @@
 
 #include "dispatch/ManualMainQueue.h"
 #include "platform/PropertyList.h"
+#include "support/SampleBundle.h"
 #include "support/TempDir.h"
 
 namespace remainstest {
@@ -37,13 +38,10 @@ inline bool pumpUntil(dispatch::ManualMainQueue& queue, const std::function<bool
 inline std::string makeApp(const testsupport::TempDir& dir, const std::string& relative,
                            const std::optional<std::string>& id,
                            const std::optional<std::string>& executable = std::nullopt) {
-    const std::string path = dir.makeDir(relative + "/Contents/MacOS");
     platform::PlistDictionary info;
     if (id) info["CFBundleIdentifier"] = *id;
     if (executable) info["CFBundleExecutable"] = *executable;
-    platform::PropertyList::writeFileAtomically(dir / (relative + "/Contents/Info.plist"),
-                                                platform::PlistValue(info),
-                                                platform::PropertyList::Format::Xml);
+    testsupport::makeBundle(dir, relative, info);
     dir.writeFile(relative + "/Contents/MacOS/" + executable.value_or("app"),
                   std::string(9000, 'b'));
     return dir / relative;

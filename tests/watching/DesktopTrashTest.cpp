@@ -5,6 +5,7 @@
 
 #include "dispatch/ManualMainQueue.h"
 #include "environment/PathsGenerator.h"
+#include "support/SampleBundle.h"
 #include "watching/AppsInTrashWatcher.h"
 #include "watching/WatchingTestSupport.h"
 
@@ -58,8 +59,9 @@ TEST(DesktopTrash, ItemsAreJudgedByTheNameTheyHadBeforeTrashing) {
         const auto& item = items[i];
         const std::string folder = "files/" + item.stored;
         if (item.bundle) {
-            watchingtest::makeBundle(home, ".local/share/Trash/" + folder,
-                                     "com.example.app" + std::to_string(i));
+            testsupport::makeBundle(
+                home, ".local/share/Trash/" + folder,
+                {{"CFBundleIdentifier", "com.example.app" + std::to_string(i)}});
         } else {
             home.makeDir(".local/share/Trash/" + folder);
         }
@@ -78,7 +80,8 @@ TEST(DesktopTrash, ItemsAreJudgedByTheNameTheyHadBeforeTrashing) {
     EXPECT_EQ(reports->got, expected);
 
     // The late one is waited for, and handed on once whole.
-    watchingtest::makeBundle(home, ".local/share/Trash/files/Late.app (1)", "com.example.late");
+    testsupport::makeBundle(home, ".local/share/Trash/files/Late.app (1)",
+                            {{"CFBundleIdentifier", "com.example.late"}});
     queue->advance(IncompleteArrivals::kGiveUpAfter);
     EXPECT_EQ(reports->got.count("Late.app (1)"), 1U);
     EXPECT_EQ(reports->got["Late.app (1)"], "Late.app");

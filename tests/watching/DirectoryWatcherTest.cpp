@@ -8,13 +8,13 @@
 #include "dispatch/ManualMainQueue.h"
 #include "platform/PathUtils.h"
 #include "support/FakeDirectoryReader.h"
+#include "support/SampleBundle.h"
 #include "watching/AppsInTrashWatcher.h"
 #include "watching/DirectoryWatcher.h"
 #include "watching/WatchingTestSupport.h"
 
 using namespace std::chrono_literals;
 using testsupport::TempDir;
-using watchingtest::makeBundle;
 
 namespace {
 
@@ -57,16 +57,19 @@ protected:
 // Only new, genuine, foreign applications are reported, all in the one
 // rescan 2 s after the last of a burst of events.
 TEST_F(TrashInVirtualTime, BurstOfEventsGivesOneRescanTwoSecondsAfterTheLast) {
-    makeBundle(dir, "Trash/Old.app");
-    makeBundle(dir, "Trash/Kept.app");
+    testsupport::makeBundle(dir, "Trash/Old.app");
+    testsupport::makeBundle(dir, "Trash/Kept.app");
     start();
     std::filesystem::remove_all(trash + "/Old.app");
-    makeBundle(dir, "Good.app");
-    makeBundle(dir, "NoId.app", std::nullopt);
-    makeBundle(dir, "Own.app", "COM.quorvex.Sweepwell-Plus-Helper");
-    makeBundle(dir, "Main.app", "com.quorvex.Sweepwell-Plus");
-    makeBundle(dir, "Outer.app", "com.example.outer");
-    makeBundle(dir, "Outer.app/Contents/Inner.app", "com.example.inner");
+    testsupport::makeBundle(dir, "Good.app");
+    testsupport::makeBundle(dir, "NoId.app", {{"CFBundleName", "App"}});
+    testsupport::makeBundle(dir, "Own.app",
+                            {{"CFBundleIdentifier", "COM.quorvex.Sweepwell-Plus-Helper"}});
+    testsupport::makeBundle(dir, "Main.app",
+                            {{"CFBundleIdentifier", "com.quorvex.Sweepwell-Plus"}});
+    testsupport::makeBundle(dir, "Outer.app", {{"CFBundleIdentifier", "com.example.outer"}});
+    testsupport::makeBundle(dir, "Outer.app/Contents/Inner.app",
+                            {{"CFBundleIdentifier", "com.example.inner"}});
     dir.writeFile("File.app");
     for (const char* name :
          {"Good.app", "NoId.app", "Own.app", "Main.app", "Outer.app", "File.app"})
@@ -85,8 +88,8 @@ TEST_F(TrashInVirtualTime, BurstOfEventsGivesOneRescanTwoSecondsAfterTheLast) {
 
 TEST_F(TrashInVirtualTime, DroppedFolderIsReportedAtTheRescanAndByItsSearches) {
     start();
-    makeBundle(dir, "Apps/A.app");
-    makeBundle(dir, "Apps/Sub/B.app");
+    testsupport::makeBundle(dir, "Apps/A.app");
+    testsupport::makeBundle(dir, "Apps/Sub/B.app");
     dir.writeFile("Apps/readme.txt");
     trashIt("Apps");
     changed();
@@ -104,9 +107,9 @@ TEST_F(TrashInVirtualTime, DroppedFolderIsReportedAtTheRescanAndByItsSearches) {
 // Paths the tree never offers but a caller might.
 TEST(AppsInTrashWatcher, IsReallyAppBundlePathRejectsNestedAndBrokenBundles) {
     TempDir dir;
-    makeBundle(dir, "Outer.app");
-    makeBundle(dir, "Outer.app/Contents/Inner.app");
-    makeBundle(dir, "Pane.prefPane/Contents/Tool.app");
+    testsupport::makeBundle(dir, "Outer.app");
+    testsupport::makeBundle(dir, "Outer.app/Contents/Inner.app");
+    testsupport::makeBundle(dir, "Pane.prefPane/Contents/Tool.app");
     dir.writeFile("Broken.app/Contents/Info.plist", "not a plist");
     EXPECT_TRUE(AppsInTrashWatcher::isReallyAppBundlePath(dir / "Outer.app"));
     for (const char* relative : {"Outer.app/Contents/Inner.app", "Pane.prefPane/Contents/Tool.app",
@@ -143,7 +146,7 @@ TEST(AppsInTrashWatcher, RealMovesAreReportedOnceAfterTheQuietPeriod) {
         SCOPED_TRACE(c.trashIs);
         TempDir dir;
         const std::string folder = dir.makeDir("Folder");
-        makeBundle(dir, "Folder/Old.app");
+        testsupport::makeBundle(dir, "Folder/Old.app");
         const std::string trash = c.throughLink ? dir.makeSymlink("Trash", folder) : folder;
         if (c.holdsInfoPlist) dir.writeFile("Folder/Contents/Info.plist", "<plist><dict/></plist>");
         watchingtest::RealMainLoop loop;
@@ -152,7 +155,7 @@ TEST(AppsInTrashWatcher, RealMovesAreReportedOnceAfterTheQuietPeriod) {
         auto watcher = AppsInTrashWatcher::create(reports, trash);
         EXPECT_TRUE(watcher->getTrashWatcher()->isWatching());
 
-        makeBundle(dir, "New.app");
+        testsupport::makeBundle(dir, "New.app");
         const auto moved = loop->now();
         std::rename((dir / "New.app").c_str(), (folder + "/New.app").c_str());
         ASSERT_TRUE(loop->runUntil([&] { return !reports->got.empty(); }, 6s));

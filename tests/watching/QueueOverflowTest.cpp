@@ -8,6 +8,7 @@
 #include <set>
 
 #include "dispatch/RunLoopMainQueue.h"
+#include "support/SampleBundle.h"
 #include "watching/DirectoryWatcher.h"
 #include "watching/WatchingTestSupport.h"
 
@@ -117,7 +118,7 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
                     (churn + (there ? "/b" : "/a")).c_str());
     }
     // By now the kernel drops what happens: this arrival is not queued.
-    watchingtest::makeBundle(dir, "Late.app");
+    testsupport::makeBundle(dir, "Late.app");
     ASSERT_EQ(std::rename((dir / "Late.app").c_str(), (trash + "/Late.app").c_str()), 0);
 
     gated->open();

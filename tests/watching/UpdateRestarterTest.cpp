@@ -5,6 +5,7 @@
 
 #include "dispatch/ManualMainQueue.h"
 #include "platform/NotificationCenter.h"
+#include "support/SampleBundle.h"
 #include "watching/UpdateRestarter.h"
 #include "watching/WatchingTestSupport.h"
 
@@ -58,9 +59,9 @@ TEST(UpdateRestarterDeathTest, WithoutAnApplicationTerminateTheProcessExits) {
 // events repeat the test, which ends it once the path is empty.
 TEST(UpdateRestarter, ABundleReplacedInPlaceKeepsTheApplicationUntilThePathEmpties) {
     TempDir dir;
-    const std::string bundle = watchingtest::makeBundle(dir, "Helper.app");
+    const std::string bundle = testsupport::makeBundle(dir, "Helper.app");
     const std::string old = dir / "Old.app";
-    watchingtest::makeBundle(dir, "New.app");
+    testsupport::makeBundle(dir, "New.app");
     watchingtest::RealMainLoop loop;
     // Through the application's terminate hook, as the agent installs it.
     int terminations = 0;

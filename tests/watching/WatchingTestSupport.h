@@ -14,19 +14,6 @@
 
 namespace watchingtest {
 
-// Makes an application-like bundle folder with an Info.plist; without an
-// identifier the plist has none.
-inline std::string makeBundle(const testsupport::TempDir& dir, const std::string& relative,
-                              const std::optional<std::string>& identifier = "com.example.app") {
-    std::string plist =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-        "<key>CFBundleName</key><string>App</string>";
-    if (identifier) plist += "<key>CFBundleIdentifier</key><string>" + *identifier + "</string>";
-    plist += "</dict></plist>\n";
-    dir.writeFile(relative + "/Contents/Info.plist", plist);
-    return dir / relative;
-}
-
 // Whether every watcher thread has closed its queue and ended within the time.
 inline bool watcherThreadsEnded(std::chrono::milliseconds timeout = std::chrono::seconds(3)) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;

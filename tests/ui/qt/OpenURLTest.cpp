@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "platform/OpenURL.h"
-#include "platform/SampleApplication.h"
+#include "support/SampleBundle.h"
 #include "support/TempDir.h"
 
 namespace {
