@@ -37,6 +37,10 @@ dispatch::TimerHandle QtMainQueue::after(dispatch::Duration delay, dispatch::Blo
     return handle;
 }
 
-dispatch::TimePoint QtMainQueue::now() const { return std::chrono::steady_clock::now(); }
+dispatch::TimePoint QtMainQueue::now() const {
+    return std::chrono::steady_clock::now();
+}
 
-bool QtMainQueue::isCurrent() const { return std::this_thread::get_id() == m_owner; }
+bool QtMainQueue::isCurrent() const {
+    return std::this_thread::get_id() == m_owner;
+}

@@ -24,7 +24,8 @@ public:
     static TimerHandle make() { return TimerHandle(std::make_shared<std::atomic<bool>>(false)); }
 
 private:
-    explicit TimerHandle(std::shared_ptr<std::atomic<bool>> state) : m_pCancelled(std::move(state)) {}
+    explicit TimerHandle(std::shared_ptr<std::atomic<bool>> state)
+        : m_pCancelled(std::move(state)) {}
     std::shared_ptr<std::atomic<bool>> m_pCancelled;
 };
 

@@ -15,6 +15,8 @@ std::optional<unsigned> peerUserIdOfSocket(int descriptor) {
     return static_cast<unsigned>(credentials.uid);
 }
 
-unsigned currentUserId() { return static_cast<unsigned>(::getuid()); }
+unsigned currentUserId() {
+    return static_cast<unsigned>(::getuid());
+}
 
 }  // namespace platform

@@ -1,10 +1,10 @@
-#include "app/QtMainQueue.h"
-
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <thread>
+
+#include "app/QtMainQueue.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 
 #include "messages/KeyedArchive.h"
 #include "platform/PropertyList.h"
+#include "support/DataTable.h"
 #include "support/ExpandingPropertyLists.h"
 #include "support/TempDir.h"
-#include "support/DataTable.h"
 
 using platform::PlistArray;
 using platform::PlistData;

@@ -8,8 +8,8 @@
 
 #include "messages/MessageTestSupport.h"
 #include "messages/WatcherMessage.h"
-#include "support/TempDir.h"
 #include "support/DataTable.h"
+#include "support/TempDir.h"
 
 namespace {
 

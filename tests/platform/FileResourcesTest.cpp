@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "platform/FileResources.h"
-#include "support/TempDir.h"
 #include "support/DataTable.h"
+#include "support/TempDir.h"
 
 namespace {
 

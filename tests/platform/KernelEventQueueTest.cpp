@@ -9,8 +9,8 @@
 #include <sstream>
 
 #include "platform/KernelEventQueue.h"
-#include "support/TempDir.h"
 #include "support/DataTable.h"
+#include "support/TempDir.h"
 
 using namespace std::chrono_literals;
 using namespace platform;

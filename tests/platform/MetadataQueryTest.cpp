@@ -7,8 +7,8 @@
 #include "dispatch/ManualMainQueue.h"
 #include "platform/MetadataPredicate.h"
 #include "platform/MetadataQuery.h"
-#include "support/SampleBundle.h"
 #include "support/DataTable.h"
+#include "support/SampleBundle.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "platform/PathUtils.h"
-#include "support/TempDir.h"
 #include "support/DataTable.h"
+#include "support/TempDir.h"
 
 namespace {
 

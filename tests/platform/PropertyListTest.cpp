@@ -10,8 +10,8 @@
 
 #include "platform/PropertyList.h"
 #include "support/BinaryPlist.h"
-#include "support/TempDir.h"
 #include "support/DataTable.h"
+#include "support/TempDir.h"
 
 using platform::PlistArray;
 using platform::PlistData;

@@ -33,7 +33,8 @@ TempDir::~TempDir() {
     for (int pass = 0; pass < 2; ++pass) {
         for (auto it = fs::recursive_directory_iterator(m_sPath, error);
              !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
-            if (!it->is_symlink(error) && it->is_directory(error)) ::chmod(it->path().c_str(), 0700);
+            if (!it->is_symlink(error) && it->is_directory(error))
+                ::chmod(it->path().c_str(), 0700);
         }
     }
     fs::remove_all(m_sPath, error);
