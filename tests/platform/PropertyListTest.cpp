@@ -13,12 +13,8 @@
 #include "support/DataTable.h"
 #include "support/TempDir.h"
 
-using platform::PlistArray;
-using platform::PlistData;
-using platform::PlistDate;
-using platform::PlistDictionary;
-using platform::PlistUid;
-using platform::PlistValue;
+// The property-list value types, by their short names.
+using namespace platform;
 
 namespace {
 
