@@ -31,7 +31,7 @@ fi
 
 enter_sandbox
 cp -a "$build/Sweepwell.app" "$HOME/Applications/"
-export SWEEPWELL_SAMPLE_OUTPUT=$SWEEPWELL_SANDBOX/received.txt
+export SWEEPWELL_PRINT_TO=$SWEEPWELL_SANDBOX/received.txt
 start_agent "$build/Sweepwell Helper.app" "$AGENT_LOG/agent.log" ||
   { echo "agent: error the agent did not start" >&2; exit 1; }
 trap 'kill "$agent_pid" 2>/dev/null || true' EXIT

@@ -36,7 +36,7 @@ start_session() {
   cp -a "$main_bundle" "$HOME/Applications/"
   received=$out/received.txt
   : >"$received"
-  export SWEEPWELL_SAMPLE_OUTPUT=$received
+  export SWEEPWELL_PRINT_TO=$received
   start_agent "${1:-$helper_bundle}" "$out/agent.log" || fail "the agent did not start"
 }
 stop_agent() {

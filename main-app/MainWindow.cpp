@@ -1,0 +1,271 @@
+#include "MainWindow.h"
+
+#include <sys/stat.h>
+
+#include <QFile>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QVBoxLayout>
+#include <cerrno>
+#include <cstring>
+
+#include "core/Texts.h"
+#include "messages/FileMessage.h"
+#include "messages/WatcherMessage.h"
+#include "platform/ByteCountFormatter.h"
+#include "remains/SimpleSizeCalculation.h"
+
+using mainapp::Outcome;
+
+namespace {
+
+QString text(const std::string& english) { return QString::fromStdString(mainapp::tr(english)); }
+
+QString text(const std::string& english, const std::string& argument) {
+    return text(english).arg(QString::fromStdString(argument));
+}
+
+QString bytes(std::uint64_t count) {
+    return QString::fromStdString(
+        platform::ByteCountFormatter::stringFromByteCount(static_cast<std::int64_t>(count), mainapp::language()));
+}
+
+enum Column { kItem, kSize, kStatus };
+
+// The entry's own size: a folder's contents, a file or link itself (a link
+// is moved as a link, so what it leads to is not counted).
+std::uint64_t sizeOfEntry(const std::string& path, const std::atomic<bool>* abandoned) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) return 0;
+    const std::int64_t size =
+        S_ISDIR(info.st_mode) ? SimpleSizeCalculation::fastFolderSizeOfItemWithPath(path, abandoned)
+                              : SimpleSizeCalculation::sizeOfFile(path);
+    return size > 0 ? static_cast<std::uint64_t>(size) : 0;
+}
+
+}  // namespace
+
+MainWindow::MainWindow(std::string home)
+    : m_plan(std::move(home)),
+      m_pTree(new QTreeWidget(this)),
+      m_pTotal(new QLabel(this)),
+      m_pMove(new QPushButton(text("Move to Trash"), this)),
+      m_pCancel(new QPushButton(text("Cancel"), this)) {
+    setWindowTitle(text("Sweepwell - Complete Uninstallation"));
+    auto* title = new QLabel(text("Review what the removed applications left behind"), this);
+    QFont bold = title->font();
+    bold.setBold(true);
+    bold.setPointSizeF(bold.pointSizeF() * 1.2);
+    title->setFont(bold);
+    auto* hint =
+        new QLabel(text("Checked items are moved to the Trash, where you can still restore them."));
+
+    m_pTree->setColumnCount(3);
+    m_pTree->setHeaderLabels({text("Item"), text("Size"), text("Status")});
+    m_pTree->header()->setSectionResizeMode(kItem, QHeaderView::Stretch);
+    m_pTree->header()->setSectionResizeMode(kSize, QHeaderView::ResizeToContents);
+    m_pTree->header()->setSectionResizeMode(kStatus, QHeaderView::ResizeToContents);
+    m_pTree->header()->setStretchLastSection(false);
+    m_pTree->setAccessibleName("leftovers");
+    connect(m_pTree, &QTreeWidget::itemChanged, this, &MainWindow::itemChanged);
+
+    m_pMove->setDefault(true);
+    m_pMove->setAccessibleName("move-to-trash");
+    connect(m_pMove, &QPushButton::clicked, this, &MainWindow::moveToTrash);
+    connect(m_pCancel, &QPushButton::clicked, this, &QWidget::close);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(m_pTotal);
+    buttons->addStretch();
+    buttons->addWidget(m_pCancel);
+    buttons->addWidget(m_pMove);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(title);
+    layout->addWidget(hint);
+    layout->addWidget(m_pTree);
+    layout->addLayout(buttons);
+    resize(760, 520);
+}
+
+MainWindow::~MainWindow() {
+    m_pAbandoned->store(true);
+    for (auto& worker : m_arrWorkers) worker.join();
+}
+
+void MainWindow::openList(const std::string& path) {
+    WatcherMessage message;
+    std::string why;
+    if (!message.loadFromPath(path)) {
+        why = "the file " + path + " is not a removal list";
+    } else if (m_plan.add(message.getPathsForRemove(), &why)) {
+        why.clear();
+    }
+    if (!why.empty()) m_arrListRefusals.push_back(why);
+    // Every leftover of the list that still needs its size gets it in the background.
+    std::vector<std::string> toSize;
+    for (const auto& app : m_plan.applications()) {
+        for (const auto& leftover : app.leftovers) {
+            if (!leftover.size && !leftover.refusal) toSize.push_back(leftover.path);
+        }
+    }
+    rebuild();
+    if (!toSize.empty()) sizeInBackground(std::move(toSize));
+}
+
+void MainWindow::sizeInBackground(std::vector<std::string> paths) {
+    m_arrWorkers.emplace_back([this, paths = std::move(paths), abandoned = m_pAbandoned] {
+        for (const auto& path : paths) {
+            if (abandoned->load()) return;
+            const std::uint64_t size = sizeOfEntry(path, abandoned.get());
+            if (abandoned->load()) return;
+            QMetaObject::invokeMethod(
+                this, [this, path, size] { sizeArrived(path, size); }, Qt::QueuedConnection);
+        }
+    });
+}
+
+mainapp::Leftover* MainWindow::leftoverAt(const Row& row) {
+    auto& apps = m_plan.applications();
+    if (row.app >= apps.size() || row.leftover >= apps[row.app].leftovers.size()) return nullptr;
+    return &apps[row.app].leftovers[row.leftover];
+}
+
+void MainWindow::sizeArrived(const std::string& path, std::uint64_t size) {
+    for (auto& [item, row] : m_arrRows) {
+        mainapp::Leftover* leftover = leftoverAt(row);
+        if (leftover == nullptr || leftover->path != path) continue;
+        leftover->size = size;
+        item->setText(kSize, bytes(size));
+    }
+    updateTotal();
+}
+
+void MainWindow::rebuild() {
+    m_bRebuilding = true;
+    m_pTree->clear();
+    m_arrRows.clear();
+    for (const auto& why : m_arrListRefusals) {
+        auto* item = new QTreeWidgetItem(m_pTree, {text("A removal list was refused: %1", why)});
+        item->setForeground(kItem, QColor(170, 30, 30));
+    }
+    QFont bold = m_pTree->font();
+    bold.setBold(true);
+    const auto& apps = m_plan.applications();
+    for (std::size_t a = 0; a < apps.size(); ++a) {
+        const auto& app = apps[a];
+        auto* appItem = new QTreeWidgetItem(m_pTree, {QString::fromStdString(app.name)});
+        appItem->setFont(kItem, bold);
+        if (app.bundlePath) {
+            auto* bundle = new QTreeWidgetItem(
+                appItem, {QString::fromStdString(mainapp::displayPath(*app.bundlePath, m_plan.home())),
+                          QString(), text("The application, in the Trash (left alone)")});
+            bundle->setToolTip(kItem, QString::fromStdString(*app.bundlePath));
+        }
+        QTreeWidgetItem* group = nullptr;
+        std::string kind;
+        for (std::size_t l = 0; l < app.leftovers.size(); ++l) {
+            const auto& leftover = app.leftovers[l];
+            if (group == nullptr || leftover.kind != kind) {
+                kind = leftover.kind;
+                group = new QTreeWidgetItem(appItem, {text(kind)});
+                group->setFont(kItem, bold);
+            }
+            auto* item = new QTreeWidgetItem(
+                group, {QString::fromStdString(mainapp::displayPath(leftover.path, m_plan.home()))});
+            item->setToolTip(kItem, QString::fromStdString(leftover.path));
+            item->setText(kSize, leftover.size ? bytes(*leftover.size)
+                                 : leftover.refusal ? QString()
+                                                    : text("Calculating…"));
+            if (!leftover.refusal && leftover.outcome == Outcome::Pending && !m_bMoved) {
+                item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+                item->setCheckState(kItem, leftover.checked ? Qt::Checked : Qt::Unchecked);
+            }
+            showOutcome(item, leftover);
+            m_arrRows.push_back({item, {a, l}});
+        }
+    }
+    m_pTree->expandAll();
+    m_bRebuilding = false;
+    updateTotal();
+}
+
+void MainWindow::itemChanged(QTreeWidgetItem* changed) {
+    if (m_bRebuilding) return;
+    for (auto& [item, row] : m_arrRows) {
+        if (item != changed) continue;
+        if (mainapp::Leftover* leftover = leftoverAt(row)) {
+            leftover->checked = item->checkState(kItem) == Qt::Checked;
+        }
+    }
+    updateTotal();
+}
+
+void MainWindow::updateTotal() {
+    m_pTotal->setText(text("Selected: %1").arg(bytes(m_plan.checkedBytes())));
+    m_pMove->setEnabled(!m_bMoved && !m_plan.pathsToMove().empty());
+}
+
+void MainWindow::showOutcome(QTreeWidgetItem* item, const mainapp::Leftover& leftover) {
+    QString status;
+    QColor colour = palette().color(QPalette::Text);
+    switch (leftover.outcome) {
+        case Outcome::Pending:
+            status = m_bMoved ? text("Not moved") : QString();
+            break;
+        case Outcome::Moved:
+            status = text("Moved to the Trash");
+            colour = QColor(30, 120, 40);
+            break;
+        case Outcome::AlreadyGone:
+            status = text("Already gone");
+            break;
+        case Outcome::Refused:
+            status = text("Refused: %1", mainapp::tr(leftover.refusal.value_or("")));
+            colour = QColor(170, 30, 30);
+            break;
+        case Outcome::Failed:
+            status = text("Failed: %1", leftover.detail);
+            colour = QColor(170, 30, 30);
+            break;
+    }
+    item->setText(kStatus, status);
+    item->setForeground(kStatus, colour);
+}
+
+void MainWindow::moveToTrash() {
+    const std::vector<std::string> paths = m_plan.pathsToMove();
+    if (paths.empty()) return;
+    // The Helper must not take an application inside a moved folder (a helper
+    // tool in Application Support, say) for one the user just trashed.
+    FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths)->transmit();
+    for (auto& app : m_plan.applications()) {
+        for (auto& leftover : app.leftovers) {
+            if (!leftover.checked || leftover.refusal || leftover.outcome != Outcome::Pending) {
+                continue;
+            }
+            // The rules are asked again: the disk may have changed since the list came.
+            if (auto why = mainapp::refusalFor(leftover.path, m_plan.home())) {
+                leftover.refusal = why;
+                leftover.outcome = Outcome::Refused;
+                continue;
+            }
+            struct stat info {};
+            if (::lstat(leftover.path.c_str(), &info) != 0) {
+                leftover.outcome = Outcome::AlreadyGone;
+                continue;
+            }
+            QFile file(QString::fromStdString(leftover.path));
+            if (file.moveToTrash()) {
+                leftover.outcome = Outcome::Moved;
+            } else {
+                leftover.outcome = Outcome::Failed;
+                leftover.detail = file.errorString().toStdString();
+            }
+        }
+    }
+    FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths()->transmit();
+    m_bMoved = true;
+    rebuild();
+    m_pCancel->setText(text("Close"));
+    m_pCancel->setDefault(true);
+}

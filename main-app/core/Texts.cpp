@@ -1,0 +1,77 @@
+#include "core/Texts.h"
+
+#include <cstdlib>
+#include <map>
+
+namespace mainapp {
+
+namespace {
+
+const std::map<std::string, std::string>& german() {
+    static const std::map<std::string, std::string> table{
+        {"Sweepwell - Complete Uninstallation", "Sweepwell - Vollständige Deinstallation"},
+        {"Review what the removed applications left behind",
+         "Prüfen Sie, was die entfernten Programme zurückgelassen haben"},
+        {"Checked items are moved to the Trash, where you can still restore them.",
+         "Markierte Objekte werden in den Papierkorb gelegt und lassen sich von dort "
+         "wiederherstellen."},
+        {"Item", "Objekt"},
+        {"Size", "Größe"},
+        {"Status", "Status"},
+        {"Move to Trash", "In den Papierkorb legen"},
+        {"Cancel", "Abbrechen"},
+        {"Close", "Schließen"},
+        {"Selected: %1", "Ausgewählt: %1"},
+        {"Calculating…", "Wird berechnet …"},
+        {"The application, in the Trash (left alone)",
+         "Das Programm, im Papierkorb (bleibt unberührt)"},
+        {"Moved to the Trash", "In den Papierkorb gelegt"},
+        {"Already gone", "Nicht mehr vorhanden"},
+        {"Refused: %1", "Abgelehnt: %1"},
+        {"Failed: %1", "Fehlgeschlagen: %1"},
+        {"Not moved", "Nicht verschoben"},
+        {"A removal list was refused: %1", "Eine Entfernungsliste wurde abgelehnt: %1"},
+        {"Application", "Programm"},
+        {"Application Support", "Programmdaten"},
+        {"Launch Agents", "Startobjekte"},
+        {"Caches", "Caches"},
+        {"Saved State", "Gespeicherter Zustand"},
+        {"Containers", "Container"},
+        {"Preferences", "Einstellungen"},
+        {"Logs", "Protokolle"},
+        {"Cookies", "Cookies"},
+        {"Crash Reports", "Absturzberichte"},
+        {"Other Files", "Andere Dateien"},
+        {"it is outside your home folder", "es liegt außerhalb Ihres Benutzerordners"},
+        {"it is a folder that holds other applications' files",
+         "es ist ein Ordner mit Dateien anderer Programme"},
+        {"it is not a full path", "es ist kein vollständiger Pfad"},
+        {"it is not a plain path", "es ist kein einfacher Pfad"},
+        {"it belongs to another user", "es gehört einem anderen Benutzer"},
+        {"there is no home folder", "es gibt keinen Benutzerordner"},
+    };
+    return table;
+}
+
+}  // namespace
+
+std::string language() {
+    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* value = std::getenv(name);
+        if (value == nullptr || *value == '\0') continue;
+        return std::string(value).rfind("de", 0) == 0 ? "de" : "en";
+    }
+    return "en";
+}
+
+std::string tr(const std::string& english) {
+    if (language() != "de") return english;
+    const auto found = german().find(english);
+    if (found != german().end()) return found->second;
+    // "its real location: <reason>" carries a reason of its own.
+    const std::string prefix = "its real location: ";
+    if (english.rfind(prefix, 0) == 0) return "sein wirklicher Ort: " + tr(english.substr(prefix.size()));
+    return english;
+}
+
+}  // namespace mainapp

@@ -1,0 +1,112 @@
+// Sweepwell, the Main application.
+//
+//   Sweepwell LIST.trforsw...      review the leftovers of each removal list
+//                                  and move the chosen ones to the Trash
+//   Sweepwell --print-to FILE LIST.trforsw...
+//                                  only print each list's entries to FILE
+//   Sweepwell --exclude PATH...    tell the Helper to keep quiet about these
+//   Sweepwell --clear              tell the Helper to forget those exclusions
+//
+// When SWEEPWELL_PRINT_TO names a file (as the tests start it through the
+// Helper), lists are printed there as with --print-to. Each entry is printed
+// as "bundle-id<TAB>type<TAB>size<TAB>path" (size "-" when not calculated).
+// A list opened while the window is shown joins it, also from a second start.
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "MainWindow.h"
+#include "app/OpenFileChannel.h"
+#include "messages/FileMessage.h"
+#include "messages/WatcherMessage.h"
+#include "platform/PasswordDatabase.h"
+#include "platform/TemporaryDirectory.h"
+
+namespace {
+
+constexpr const char* kMainAppBundleId = "com.quorvex.Sweepwell-Plus";
+
+int printRemovalList(const std::string& path, const std::string& output) {
+    WatcherMessage message;
+    if (!message.loadFromPath(path)) {
+        std::fprintf(stderr, "Sweepwell: %s is not a removal list\n", path.c_str());
+        return 1;
+    }
+    std::string text;
+    for (const auto& entry : message.getPathsForRemove()) {
+        text += entry->bundleId() + "\t" + std::to_string(entry->type()) + "\t" +
+                (entry->isSizeCalculated() ? std::to_string(entry->getSize()) : "-") + "\t" +
+                entry->path() + "\n";
+    }
+    std::fputs(text.c_str(), stdout);
+    std::ofstream(output, std::ios::app) << text;
+    return 0;
+}
+
+int printRemovalLists(const std::vector<std::string>& lists, const std::string& output) {
+    int status = 0;
+    for (const std::string& path : lists) status |= printRemovalList(path, output);
+    return status;
+}
+
+std::vector<std::string> absolute(const std::vector<std::string>& paths) {
+    std::vector<std::string> result;
+    for (const auto& path : paths) {
+        result.push_back(
+            QFileInfo(QDir::current(), QString::fromStdString(path)).absoluteFilePath().toStdString());
+    }
+    return result;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (!arguments.empty() && arguments.front() == "--exclude") {
+        const std::vector<std::string> paths(arguments.begin() + 1, arguments.end());
+        FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths)->transmit();
+        return 0;
+    }
+    if (!arguments.empty() && arguments.front() == "--clear") {
+        FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths()->transmit();
+        return 0;
+    }
+    if (arguments.size() >= 2 && arguments.front() == "--print-to") {
+        return printRemovalLists({arguments.begin() + 2, arguments.end()}, arguments[1]);
+    }
+    if (const char* output = std::getenv("SWEEPWELL_PRINT_TO"); output && *output) {
+        return printRemovalLists(arguments, output);
+    }
+
+    QApplication application(argc, argv);
+    const std::string home = platform::homeFromPasswordDatabase();
+    const std::vector<std::string> lists = absolute(
+        [] {
+            std::vector<std::string> named;
+            const QStringList given = QCoreApplication::arguments();
+            for (qsizetype i = 1; i < given.size(); ++i) named.push_back(given[i].toStdString());
+            return named;
+        }());
+    std::unique_ptr<MainWindow> window;
+    const std::string folder = platform::temporaryDirectory();
+    OpenFileChannel channel(folder.empty() ? std::string() : folder + kMainAppBundleId + ".open-files");
+    const bool forwarded = channel.forwardOrListen(
+        lists,
+        [&window](std::vector<std::string> paths) {
+            if (!window) return;
+            for (const auto& path : paths) window->openList(path);
+            window->raise();
+            window->activateWindow();
+        },
+        [&] { window = std::make_unique<MainWindow>(home); });
+    if (forwarded) return 0;  // the running window has them
+    if (!window) window = std::make_unique<MainWindow>(home);
+    for (const auto& path : lists) window->openList(path);
+    window->show();
+    return application.exec();
+}
