@@ -6,8 +6,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QVBoxLayout>
-#include <cerrno>
-#include <cstring>
+#include <cstdio>
 
 #include "core/Texts.h"
 #include "messages/FileMessage.h"
@@ -19,15 +18,17 @@ using mainapp::Outcome;
 
 namespace {
 
-QString text(const std::string& english) { return QString::fromStdString(mainapp::tr(english)); }
+QString text(const std::string& english) {
+    return QString::fromStdString(mainapp::tr(english));
+}
 
 QString text(const std::string& english, const std::string& argument) {
     return text(english).arg(QString::fromStdString(argument));
 }
 
 QString bytes(std::uint64_t count) {
-    return QString::fromStdString(
-        platform::ByteCountFormatter::stringFromByteCount(static_cast<std::int64_t>(count), mainapp::language()));
+    return QString::fromStdString(platform::ByteCountFormatter::stringFromByteCount(
+        static_cast<std::int64_t>(count), mainapp::language()));
 }
 
 enum Column { kItem, kSize, kStatus };
@@ -84,7 +85,7 @@ MainWindow::MainWindow(std::string home)
     layout->addWidget(hint);
     layout->addWidget(m_pTree);
     layout->addLayout(buttons);
-    resize(760, 520);
+    resize(900, 540);
 }
 
 MainWindow::~MainWindow() {
@@ -100,7 +101,19 @@ void MainWindow::openList(const std::string& path) {
     } else if (m_plan.add(message.getPathsForRemove(), &why)) {
         why.clear();
     }
-    if (!why.empty()) m_arrListRefusals.push_back(why);
+    if (!why.empty()) {
+        m_arrListRefusals.push_back(why);
+        std::fprintf(stderr, "Sweepwell: a removal list was refused: %s\n", why.c_str());
+    } else {
+        // Each refusal is said where whoever debugs it looks, too.
+        for (const auto& entry : message.getPathsForRemove()) {
+            if (entry->type() == 0) continue;
+            if (auto refusal = mainapp::refusalFor(entry->path(), m_plan.home())) {
+                std::fprintf(stderr, "Sweepwell: %s is not touched: %s\n", entry->path().c_str(),
+                             refusal->c_str());
+            }
+        }
+    }
     // Every leftover of the list that still needs its size gets it in the background.
     std::vector<std::string> toSize;
     for (const auto& app : m_plan.applications()) {
@@ -147,6 +160,7 @@ void MainWindow::rebuild() {
     for (const auto& why : m_arrListRefusals) {
         auto* item = new QTreeWidgetItem(m_pTree, {text("A removal list was refused: %1", why)});
         item->setForeground(kItem, QColor(170, 30, 30));
+        item->setFirstColumnSpanned(true);
     }
     QFont bold = m_pTree->font();
     bold.setBold(true);
@@ -157,8 +171,9 @@ void MainWindow::rebuild() {
         appItem->setFont(kItem, bold);
         if (app.bundlePath) {
             auto* bundle = new QTreeWidgetItem(
-                appItem, {QString::fromStdString(mainapp::displayPath(*app.bundlePath, m_plan.home())),
-                          QString(), text("The application, in the Trash (left alone)")});
+                appItem,
+                {QString::fromStdString(mainapp::displayPath(*app.bundlePath, m_plan.home())),
+                 QString(), text("The application, in the Trash (left alone)")});
             bundle->setToolTip(kItem, QString::fromStdString(*app.bundlePath));
         }
         QTreeWidgetItem* group = nullptr;
@@ -171,9 +186,10 @@ void MainWindow::rebuild() {
                 group->setFont(kItem, bold);
             }
             auto* item = new QTreeWidgetItem(
-                group, {QString::fromStdString(mainapp::displayPath(leftover.path, m_plan.home()))});
+                group,
+                {QString::fromStdString(mainapp::displayPath(leftover.path, m_plan.home()))});
             item->setToolTip(kItem, QString::fromStdString(leftover.path));
-            item->setText(kSize, leftover.size ? bytes(*leftover.size)
+            item->setText(kSize, leftover.size      ? bytes(*leftover.size)
                                  : leftover.refusal ? QString()
                                                     : text("Calculating…"));
             if (!leftover.refusal && leftover.outcome == Outcome::Pending && !m_bMoved) {
@@ -201,7 +217,17 @@ void MainWindow::itemChanged(QTreeWidgetItem* changed) {
 }
 
 void MainWindow::updateTotal() {
-    m_pTotal->setText(text("Selected: %1").arg(bytes(m_plan.checkedBytes())));
+    if (m_bMoved) {
+        std::uint64_t moved = 0;
+        for (const auto& app : m_plan.applications()) {
+            for (const auto& leftover : app.leftovers) {
+                if (leftover.outcome == Outcome::Moved) moved += leftover.size.value_or(0);
+            }
+        }
+        m_pTotal->setText(text("Moved to the Trash: %1").arg(bytes(moved)));
+    } else {
+        m_pTotal->setText(text("Selected: %1").arg(bytes(m_plan.checkedBytes())));
+    }
     m_pMove->setEnabled(!m_bMoved && !m_plan.pathsToMove().empty());
 }
 
@@ -260,6 +286,8 @@ void MainWindow::moveToTrash() {
             } else {
                 leftover.outcome = Outcome::Failed;
                 leftover.detail = file.errorString().toStdString();
+                std::fprintf(stderr, "Sweepwell: %s could not be moved to the Trash: %s\n",
+                             leftover.path.c_str(), leftover.detail.c_str());
             }
         }
     }

@@ -57,8 +57,9 @@ int printRemovalLists(const std::vector<std::string>& lists, const std::string& 
 std::vector<std::string> absolute(const std::vector<std::string>& paths) {
     std::vector<std::string> result;
     for (const auto& path : paths) {
-        result.push_back(
-            QFileInfo(QDir::current(), QString::fromStdString(path)).absoluteFilePath().toStdString());
+        result.push_back(QFileInfo(QDir::current(), QString::fromStdString(path))
+                             .absoluteFilePath()
+                             .toStdString());
     }
     return result;
 }
@@ -85,16 +86,16 @@ int main(int argc, char** argv) {
 
     QApplication application(argc, argv);
     const std::string home = platform::homeFromPasswordDatabase();
-    const std::vector<std::string> lists = absolute(
-        [] {
-            std::vector<std::string> named;
-            const QStringList given = QCoreApplication::arguments();
-            for (qsizetype i = 1; i < given.size(); ++i) named.push_back(given[i].toStdString());
-            return named;
-        }());
+    const std::vector<std::string> lists = absolute([] {
+        std::vector<std::string> named;
+        const QStringList given = QCoreApplication::arguments();
+        for (qsizetype i = 1; i < given.size(); ++i) named.push_back(given[i].toStdString());
+        return named;
+    }());
     std::unique_ptr<MainWindow> window;
     const std::string folder = platform::temporaryDirectory();
-    OpenFileChannel channel(folder.empty() ? std::string() : folder + kMainAppBundleId + ".open-files");
+    OpenFileChannel channel(folder.empty() ? std::string()
+                                           : folder + kMainAppBundleId + ".open-files");
     const bool forwarded = channel.forwardOrListen(
         lists,
         [&window](std::vector<std::string> paths) {

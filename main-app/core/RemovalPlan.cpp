@@ -57,13 +57,12 @@ bool holdsOtherApplicationsFiles(const std::string& relative) {
     // The home, its direct children and the Library folders themselves.
     if (relative.empty() || parts.size() == 1) return true;
     if (parts.size() == 2 && parts[0] == "Library") return true;
-    return std::any_of(kDeepLibraryFolders.begin(), kDeepLibraryFolders.end(),
-                       [&](std::string_view folder) {
-                           return folder == relative || (folder.size() > relative.size() &&
-                                                         folder.substr(0, relative.size()) ==
-                                                             relative &&
-                                                         folder[relative.size()] == '/');
-                       });
+    return std::any_of(
+        kDeepLibraryFolders.begin(), kDeepLibraryFolders.end(), [&](std::string_view folder) {
+            return folder == relative || (folder.size() > relative.size() &&
+                                          folder.substr(0, relative.size()) == relative &&
+                                          folder[relative.size()] == '/');
+        });
 }
 
 std::optional<std::string> realPath(const std::string& path) {

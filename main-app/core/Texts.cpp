@@ -22,6 +22,7 @@ const std::map<std::string, std::string>& german() {
         {"Cancel", "Abbrechen"},
         {"Close", "Schließen"},
         {"Selected: %1", "Ausgewählt: %1"},
+        {"Moved to the Trash: %1", "In den Papierkorb gelegt: %1"},
         {"Calculating…", "Wird berechnet …"},
         {"The application, in the Trash (left alone)",
          "Das Programm, im Papierkorb (bleibt unberührt)"},
@@ -70,7 +71,8 @@ std::string tr(const std::string& english) {
     if (found != german().end()) return found->second;
     // "its real location: <reason>" carries a reason of its own.
     const std::string prefix = "its real location: ";
-    if (english.rfind(prefix, 0) == 0) return "sein wirklicher Ort: " + tr(english.substr(prefix.size()));
+    if (english.rfind(prefix, 0) == 0)
+        return "sein wirklicher Ort: " + tr(english.substr(prefix.size()));
     return english;
 }
 

@@ -20,6 +20,8 @@ cases=(
   item_before_its_trash_info
   bundle_copied_in_slowly
   disk_trash_after_the_start
+  main_app_moves_the_checked_leftovers
+  main_app_refuses_a_hostile_list
 )
 
 fail() {
@@ -443,4 +445,91 @@ case_disk_trash_after_the_start() {
   wait_for 5 grep -q "no longer watching $disk/.Trash-$uid/files" "$out/agent.log" ||
     fail "the agent did not drop the disk's Trash"
   agent_alive || fail "the agent ended with the disk"
+}
+
+# The Main application for real: the window lists the leftovers, one is
+# unchecked, the rest go to the desktop Trash with their original paths, and
+# the application inside a moved folder is not announced as a new one.
+main_window() {
+  main_win=$(xdotool search --onlyvisible --classname '^Sweepwell$' 2>/dev/null | head -n1)
+  [ -n "$main_win" ]
+}
+trashed_paths() {
+  cat "$(desktop_trash)"/info/*.trashinfo 2>/dev/null | grep '^Path=' |
+    python3 -c 'import sys, urllib.parse; [print(urllib.parse.unquote(l.rstrip("\n")[5:])) for l in sys.stdin]'
+}
+case_main_app_moves_the_checked_leftovers() {
+  start_session
+  unset SWEEPWELL_PRINT_TO
+  stop_agent
+  start_agent "$helper_bundle" "$out/agent.log" || fail "the agent did not start"
+  app "Tidy Notes" com.example.TidyNotes
+  blob "$HOME/Library/Logs/Tidy Notes.log" 20
+  make_app "$HOME/Library/Application Support/Tidy Notes" "Tidy Updater" com.example.TidyUpdater
+  blob "$HOME/Documents/keep.txt" 1
+  gtrash "Tidy Notes"
+  expect_window "for the trashed application"
+  local X Y WIDTH HEIGHT SCREEN
+  eval "$(xdotool getwindowgeometry --shell "$window")"
+  xdotool mousemove --window "$window" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
+  wait_for 15 main_window || fail "the Main application showed no window"
+  sleep 2  # the sizes arrive
+  import -window root "$out/main-window.png"
+  # Rows: application, bundle, Caches, its entry, Preferences, its entry, Logs, its entry…
+  # The check box of the log (the eighth row) is unchecked.
+  xdotool mousemove --window "$main_win" 82 $((79 + 7 * 14)) click 1
+  sleep 0.5
+  import -window root "$out/main-window-unchecked.png"
+  eval "$(xdotool getwindowgeometry --shell "$main_win")"
+  xdotool mousemove --window "$main_win" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
+  wait_for 10 test ! -e "$HOME/Library/Caches/com.example.TidyNotes" || fail "nothing was moved"
+  sleep 1
+  import -window root "$out/main-window-after.png"
+  local moved=$(trashed_paths) path
+  for path in "$HOME/Library/Caches/com.example.TidyNotes" "$HOME/Library/Preferences/com.example.TidyNotes.plist" \
+    "$HOME/Library/Application Support/Tidy Notes"; do
+    grep -qxF -- "$path" <<<"$moved" || fail "not in the Trash: $path"
+    [ ! -e "$path" ] || fail "still in place: $path"
+  done
+  [ -f "$HOME/Library/Logs/Tidy Notes.log" ] || fail "the unchecked log was moved"
+  [ -f "$HOME/Documents/keep.txt" ] && [ -d "$(desktop_trash)/files/Tidy Notes.app" ] ||
+    fail "something else in the home was touched"
+  [ "$(wc -l <<<"$moved")" -eq 4 ] || fail "the Trash holds other things: $moved"
+  expect_silence 6 "for the application inside a moved folder"
+}
+
+# A list nobody should trust: the system's files, the home, a Library folder,
+# a link out of the home, and a list of 100,000 entries. Nothing is touched
+# and the window says why.
+case_main_app_refuses_a_hostile_list() {
+  start_session
+  unset SWEEPWELL_PRINT_TO
+  mkdir -p "$HOME/Library/Caches" /tmp/outside-of-home
+  blob /tmp/outside-of-home/precious 1
+  ln -s /tmp/outside-of-home "$HOME/Library/Caches/out"
+  python3 - "$HOME" "$out" <<'PY'
+import json, sys
+home, out = sys.argv[1], sys.argv[2]
+header = "---=== Sweepwell Agent Watcher Message v2 ===---\n"
+def write(name, paths):
+    items = [{"type": "8", "path": p, "bundleId": "com.example.hostile"} for p in paths]
+    with open(f"{out}/{name}.trforsw", "w") as f:
+        f.write(header + json.dumps({"items": items}))
+write("hostile", ["/etc/passwd", "/etc", home, home + "/Library/Caches",
+                  home + "/Library/Caches/out/precious", home + "/Library/../Library/Caches"])
+write("flood", [f"{home}/Library/Caches/flood-{i}" for i in range(100000)])
+PY
+  main_app "$out/hostile.trforsw" "$out/flood.trforsw" >"$out/main.log" 2>&1 &
+  wait_for 15 main_window || fail "the Main application showed no window"
+  sleep 1
+  import -window root "$out/main-window.png"
+  local X Y WIDTH HEIGHT SCREEN
+  eval "$(xdotool getwindowgeometry --shell "$main_win")"
+  xdotool mousemove --window "$main_win" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
+  sleep 1
+  [ -f /etc/passwd ] && [ -d "$HOME/Library/Caches" ] && [ -f /tmp/outside-of-home/precious ] ||
+    fail "something was moved"
+  [ -z "$(ls -A "$(desktop_trash)/files" 2>/dev/null)" ] || fail "the Trash is not empty"
+  [ "$(grep -c 'is not touched' "$out/main.log")" -eq 6 ] || fail "not every refusal was said: $(cat "$out/main.log")"
+  grep -q "100000 entries" "$out/main.log" || fail "the flood was not refused whole"
 }

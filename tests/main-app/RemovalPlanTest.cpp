@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+
+#include "core/RemovalPlan.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using mainapp::RemovalPlan;
+
+// The rules hold whatever the list says and wherever links lead.
+TEST(RemovalPlan, OnlyWhatLiesBelowTheHomesOwnFoldersIsEverMoved) {
+    testsupport::TempDir root;
+    const std::string home = root.makeDir("home");
+    const std::string outside = root.makeDir("outside");
+    root.writeFile("home/Library/Caches/com.example.x/Cache.db");
+    root.makeSymlink("home/Library/Caches/to-etc", "/etc");
+    root.makeSymlink("home/Library/Caches/out", outside);
+    root.makeSymlink("home/Library/Caches/up", home + "/Library");
+    root.makeSymlink("home/Library/Logs", home + "/Library/Preferences");
+    struct Row {
+        const char* name;
+        std::string path;
+        bool allowed;
+    };
+    const Row rows[] = {
+        {"a leftover folder", home + "/Library/Caches/com.example.x", true},
+        {"a support folder", home + "/Library/Application Support/Notes", true},
+        {"deep inside a leftover", home + "/Library/Caches/com.example.x/Cache.db", true},
+        {"a link itself, not where it leads", home + "/Library/Caches/to-etc", true},
+        {"a file in a deep Library folder",
+         home + "/Library/Application Support/Caches/com.apple.helpd/Generated/x.help", true},
+        {"the home", home, false},
+        {"a direct child of the home", home + "/Documents", false},
+        {"the Library", home + "/Library", false},
+        {"a Library folder", home + "/Library/Caches", false},
+        {"a folder above a deep Library folder", home + "/Library/Application Support/Caches",
+         false},
+        {"a deep Library folder", home + "/Library/Application Support/Growl/Tickets", false},
+        {"the system's", "/etc/passwd", false},
+        {"a sibling sharing the home's name", home + "x/Library/Caches/y", false},
+        {"climbing out", home + "/Library/Caches/../../Documents/z", false},
+        {"a dot", home + "/Library/./Caches/y", false},
+        {"relative", "Library/Caches/y", false},
+        {"empty", "", false},
+        {"through a link out of the home", home + "/Library/Caches/out/y", false},
+        {"through a link to a Library folder", home + "/Library/Caches/up/Caches", false},
+        {"through a linked Library folder", home + "/Library/Logs/x.log", true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto why = mainapp::refusalFor(row.path, home);
+        EXPECT_EQ(!why, row.allowed) << row.path << ": " << why.value_or("allowed");
+    }
+    EXPECT_TRUE(mainapp::refusalFor(home + "/Library/Caches/y", ""));
+}
+
+std::shared_ptr<PathForRemove> entry(const std::string& path, int type, const char* id) {
+    return std::make_shared<PathForRemove>(path, type, id);
+}
+
+TEST(RemovalPlan, ListsMergeByApplicationAndLeftoversStayWithTheirKind) {
+    const std::string home = "/home/u";
+    RemovalPlan plan(home);
+    std::string why;
+    ASSERT_TRUE(
+        plan.add({entry("/home/u/.Trash/Notes.app", 0, "com.ex.notes"),
+                  entry("/home/u/Library/Caches/com.ex.notes", 8, "com.ex.notes"),
+                  entry("/home/u/Library/Preferences/com.ex.notes.plist", 10, "com.ex.notes"),
+                  entry("/etc", 8, "com.ex.notes")},
+                 &why));
+    // A second list: the same application again, with one leftover new, and another one.
+    ASSERT_TRUE(plan.add({entry("/home/u/Library/Caches/com.ex.notes", 8, "com.ex.notes"),
+                          entry("/home/u/Library/Saved Application State/com.ex.notes.savedState",
+                                8, "com.ex.notes"),
+                          entry("/home/u/Library/Caches/com.ex.paint", 8, "com.ex.paint")},
+                         &why));
+    ASSERT_EQ(plan.applications().size(), 2u);
+    const auto& notes = plan.applications()[0];
+    EXPECT_EQ(notes.name, "Notes");
+    EXPECT_EQ(notes.bundlePath, "/home/u/.Trash/Notes.app");
+    std::vector<std::string> kinds;
+    for (const auto& leftover : notes.leftovers) kinds.push_back(leftover.kind);
+    EXPECT_EQ(kinds, (std::vector<std::string>{"Caches", "Caches", "Preferences", "Saved State"}));
+    EXPECT_EQ(notes.leftovers[1].path, "/etc");
+    EXPECT_TRUE(notes.leftovers[1].refusal);
+    EXPECT_FALSE(notes.leftovers[1].checked);
+    EXPECT_EQ(plan.applications()[1].name, "com.ex.paint");
+
+    plan.applications()[0].leftovers[0].size = 1000;
+    plan.applications()[0].leftovers[2].size = 20;
+    plan.applications()[0].leftovers[2].checked = false;
+    EXPECT_EQ(plan.checkedBytes(), 1000u);
+    EXPECT_EQ(plan.pathsToMove().size(), 3u);  // /etc and the unchecked one are not moved
+    EXPECT_EQ(mainapp::displayPath("/home/u/Library/Caches/x", home), "~/Library/Caches/x");
+    EXPECT_EQ(mainapp::displayPath("/home/ux", home), "/home/ux");
+
+    std::vector<std::shared_ptr<PathForRemove>> flood(RemovalPlan::kMaxEntries + 1,
+                                                      entry("/home/u/Library/Caches/y", 8, "a.b"));
+    EXPECT_FALSE(plan.add(flood, &why));
+    EXPECT_NE(why.find("10001"), std::string::npos) << why;
+    EXPECT_EQ(plan.applications().size(), 2u);
+}
+
+}  // namespace
