@@ -32,7 +32,7 @@ fail() {
 step() { printf '%s\n' "$*"; }
 
 received=""
-# Installs the sample Main application where the agent finds it and starts
+# Installs the Main application where the agent finds it and starts
 # the agent of the built bundle (or of the bundle given).
 start_session() {
   cp -a "$main_bundle" "$HOME/Applications/"
