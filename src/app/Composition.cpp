@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+#include "app/DesktopNotification.h"
 #include "app/Logging.h"
 #include "app/OpenFileChannel.h"
 #include "app/QtMainQueue.h"
@@ -13,6 +14,7 @@
 #include "platform/Bundle.h"
 #include "platform/OpenURL.h"
 #include "remains/SimpleRemainsInfo.h"
+#include "ui/RichNotificationWCLocalizable.h"
 #include "watching/UpdateRestarter.h"
 
 namespace {
@@ -59,9 +61,65 @@ std::vector<std::string> filesToOpen() {
     return files;
 }
 
+// The desktop's notification as the delegate sees it.
+class DesktopNotificationPresenter final : public NotificationPresenter {
+public:
+    explicit DesktopNotificationPresenter(std::shared_ptr<DesktopNotification> notification)
+        : m_pNotification(std::move(notification)) {}
+    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
+        m_pNotification->showNotificationForApp(bundle);
+    }
+
+private:
+    std::shared_ptr<DesktopNotification> m_pNotification;
+};
+
+// How the offer finds an identifier's remains: in the home of `paths`, sized
+// on `calculation`, each size told to whoever `listener` holds by then.
+std::function<std::shared_ptr<RemovalOffer::Remains>(const std::shared_ptr<platform::Bundle>&)>
+remainsFinder(std::shared_ptr<std::weak_ptr<SimpleRemainsInfoListener>> listener,
+              const PathsGenerator& paths, std::shared_ptr<SimpleSizeCalculation> calculation) {
+    return [listener = std::move(listener), paths,
+            calculation = std::move(calculation)](const std::shared_ptr<platform::Bundle>& bundle)
+               -> std::shared_ptr<RemovalOffer::Remains> {
+        auto info = SimpleRemainsInfo::create(bundle, *listener, paths, calculation);
+        if (!info) return nullptr;
+        return std::make_shared<SimpleRemainsInfoRemains>(std::move(info));
+    };
+}
+
+std::shared_ptr<DesktopNotification> createDesktopNotification() {
+    RichNotificationWC::Environment environment = composition::notificationEnvironment();
+    auto listener = std::make_shared<std::weak_ptr<SimpleRemainsInfoListener>>();
+    environment.offer.createRemainsInfo =
+        remainsFinder(listener, PathsGenerator::GetInstance(), nullptr);
+    std::string icon;
+    if (auto bundle = platform::Bundle::mainBundle()) {
+        icon = bundle->path() + "/Contents/Resources/icon_notification.svg";
+    }
+    auto notification = DesktopNotification::create(
+        std::move(environment.offer),
+        std::shared_ptr<const LocalizedStrings>(&RichNotificationWCLocalizable::mainTable(),
+                                                [](const LocalizedStrings*) {}),
+        environment.mainAppName, std::move(icon));
+    *listener = notification;
+    return notification;
+}
+
 }  // namespace
 
 namespace composition {
+
+bool placesItsOwnWindow() {
+    // Under Wayland only an X server beside it (XWayland) lets the window sit
+    // top right, so the agent runs on X whenever there is one.
+    return !qEnvironmentVariableIsEmpty("DISPLAY");
+}
+
+void chooseWindowSystem() {
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) return;
+    qputenv("QT_QPA_PLATFORM", placesItsOwnWindow() ? "xcb" : "offscreen");
+}
 
 RichNotificationWC::Environment notificationEnvironment() {
     RichNotificationWC::Environment environment;
@@ -92,13 +150,7 @@ std::shared_ptr<RichNotificationWC> createNotificationWindow(
     // The window is the remains' listener, and it exists only once its
     // environment is complete: the finder reads it from here.
     auto listener = std::make_shared<std::weak_ptr<SimpleRemainsInfoListener>>();
-    environment.offer.createRemainsInfo = [listener, paths, calculation = std::move(calculation)](
-                                              const std::shared_ptr<platform::Bundle>& bundle)
-        -> std::shared_ptr<RemovalOffer::Remains> {
-        auto info = SimpleRemainsInfo::create(bundle, *listener, paths, calculation);
-        if (!info) return nullptr;
-        return std::make_shared<SimpleRemainsInfoRemains>(std::move(info));
-    };
+    environment.offer.createRemainsInfo = remainsFinder(listener, paths, std::move(calculation));
     auto window = RichNotificationWC::create(std::move(environment));
     *listener = window;
     return window;
@@ -106,7 +158,10 @@ std::shared_ptr<RichNotificationWC> createNotificationWindow(
 
 AppDelegate::Environment appDelegateEnvironment() {
     AppDelegate::Environment environment;
-    environment.createNotificationPresenter = [] {
+    environment.createNotificationPresenter = []() -> std::shared_ptr<NotificationPresenter> {
+        if (!placesItsOwnWindow()) {
+            return std::make_shared<DesktopNotificationPresenter>(createDesktopNotification());
+        }
         return std::make_shared<NotificationWindowPresenter>(createNotificationWindow(
             notificationEnvironment(), PathsGenerator::GetInstance(), nullptr));
     };

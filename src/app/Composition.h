@@ -12,6 +12,13 @@
 // only place that knows which implementation stands behind each seam.
 namespace composition {
 
+// Whether the agent shows its own window (there is an X server, XWayland
+// included) or, without one, asks the desktop's notification service.
+bool placesItsOwnWindow();
+// Picks Qt's platform for that before the application object exists: X, or
+// none at all. A platform the user chose is kept.
+void chooseWindowSystem();
+
 // The notification window's world without its remains finder: the
 // installed-copy rule, the hand-over to the Main application, the help page
 // opened in the browser, the primary screen and the main bundle's texts.

@@ -22,6 +22,8 @@ cases=(
   disk_trash_after_the_start
   main_app_moves_the_checked_leftovers
   main_app_refuses_a_hostile_list
+  desktop_notification_without_a_display
+  desktop_notification_closed_or_absent
 )
 
 fail() {
@@ -532,4 +534,65 @@ PY
   [ -z "$(ls -A "$(desktop_trash)/files" 2>/dev/null)" ] || fail "the Trash is not empty"
   [ "$(grep -c 'is not touched' "$out/main.log")" -eq 6 ] || fail "not every refusal was said: $(cat "$out/main.log")"
   grep -q "100000 entries" "$out/main.log" || fail "the flood was not refused whole"
+}
+
+# Without an X server the agent asks the desktop's notification service: a
+# session bus of the sandbox's own with our fake service on it.
+notifications=$build/tests/e2e/e2e_fake_notifications
+start_bus() {  # fake service options…
+  dbus-daemon --session --fork --print-address=3 --print-pid=4 3>"$out/bus-address" 4>"$out/bus-pid" ||
+    fail "no session bus"
+  export DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$out/bus-address")
+  if [ "${1:-}" != --no-service ]; then
+    "$notifications" "$out/notify.txt" "$out/notify-control" "$@" &
+    wait_for 10 grep -q . "$out/bus-address" || true
+    sleep 0.5
+  fi
+  unset DISPLAY
+}
+stop_bus() { kill "$(cat "$out/bus-pid" 2>/dev/null)" 2>/dev/null || true; }
+notified() { grep -c '^Notify' "$out/notify.txt" 2>/dev/null || echo 0; }
+
+case_desktop_notification_without_a_display() {
+  start_bus
+  trap 'stop_agent; stop_bus' EXIT
+  start_session
+  app "Quiet Notes" com.example.QuietNotes
+  gtrash "Quiet Notes"
+  wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification (see $out/agent.log)"
+  sleep 2.5  # the sizes arrive and replace its text
+  local first
+  first=$(grep -m1 '^Notify' "$out/notify.txt")
+  IFS=$'\t' read -r _ app replaces icon summary body actions hints timeout id <<<"$first"
+  [ "$app" = "Sweepwell Helper" ] && [ "$replaces" = 0 ] || fail "not a new notification: $first"
+  [ "$summary" = "Sweepwell - Complete Uninstallation" ] || fail "summary: $summary"
+  [[ "$body" == "<b>Quiet Notes</b>"*"<b>"*"</b>"* ]] || fail "body: $body"
+  [ "$actions" = "default|Complete Uninstall|close|Close" ] || fail "actions: $actions"
+  [ -f "$icon" ] || fail "no icon at $icon"
+  [ "$(grep -c $'^Notify\t[^\t]*\t0\t' "$out/notify.txt")" -eq 1 ] || fail "stacked: $(cat "$out/notify.txt")"
+  echo default >"$out/notify-control"
+  wait_for 15 test -s "$received" || fail "the Main application received nothing"
+  expect_listed "$(desktop_trash)/files/Quiet Notes.app" "$HOME/Library/Caches/com.example.QuietNotes"
+}
+
+# Closing it hands nothing over; a plain-text service gets plain text; with no
+# service at all the agent keeps running and says so once in its log.
+case_desktop_notification_closed_or_absent() {
+  start_bus --no-markup
+  trap 'stop_agent; stop_bus' EXIT
+  start_session
+  app "Shy Notes" com.example.ShyNotes
+  gtrash "Shy Notes"
+  wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification"
+  grep -m1 '^Notify' "$out/notify.txt" | grep -q $'\tShy Notes left' || fail "not plain text: $(cat "$out/notify.txt")"
+  echo dismiss >"$out/notify-control"
+  sleep 3
+  [ ! -s "$received" ] || fail "closing handed the list over"
+  pkill -f e2e_fake_notifications || true
+  sleep 0.5
+  app "Lone Notes" com.example.LoneNotes
+  gtrash "Lone Notes"
+  wait_for 10 grep -q "no desktop notification service" "$out/agent.log" || fail "no log line without a service"
+  agent_alive || fail "the agent ended without a service"
+  [ ! -s "$received" ] || fail "something was handed over"
 }
