@@ -1,5 +1,7 @@
 #include "messages/MessageEnvironment.h"
 
+#include <algorithm>
+
 #include "environment/WatcherSettings.h"
 #include "platform/Bundle.h"
 #include "platform/LaunchServices.h"
@@ -24,6 +26,15 @@ MessageEnvironment MessageEnvironment::standard() {
         environment.ownBundleId = bundle->bundleIdentifier();
     }
     environment.applicationFolders = platform::LaunchServices::applicationFolders();
+    if (environment.ownBundlePath) {
+        // The package installs the Helper and the Main application side by side.
+        std::string beside =
+            platform::PathUtils::stringByDeletingLastPathComponent(*environment.ownBundlePath);
+        auto& folders = environment.applicationFolders;
+        if (!beside.empty() && std::find(folders.begin(), folders.end(), beside) == folders.end()) {
+            folders.push_back(std::move(beside));
+        }
+    }
     return environment;
 }
 

@@ -1,5 +1,6 @@
 #include "platform/LoginItems.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -62,6 +63,16 @@ std::string trim(const std::string& text) {
     return text.substr(first, last - first + 1);
 }
 
+bool hasSystemEntry(const std::vector<std::string>& systemFolders, const std::string& identifier) {
+    struct stat info {};
+    for (const std::string& folder : systemFolders) {
+        if (::stat(entryPath(folder, identifier).c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 std::string userConfigFolder() {
@@ -86,9 +97,42 @@ std::string execValueForPath(const std::string& executablePath) {
     return escapeString(quoted);
 }
 
+std::vector<std::string> systemConfigFolders() {
+    std::vector<std::string> folders;
+    const char* dirs = std::getenv("XDG_CONFIG_DIRS");
+    for (std::string rest = dirs != nullptr ? dirs : ""; !rest.empty();) {
+        const std::size_t colon = rest.find(':');
+        std::string folder = rest.substr(0, colon);
+        rest = colon == std::string::npos ? std::string() : rest.substr(colon + 1);
+        if (!folder.empty() && folder.front() == '/') folders.push_back(std::move(folder));
+    }
+    if (folders.empty()) folders.emplace_back("/etc/xdg");
+    return folders;
+}
+
 bool setEnabled(const std::string& configFolder, const std::string& bundleIdentifier,
                 const std::string& executablePath, bool enabled) {
+    return setEnabled(configFolder, {}, bundleIdentifier, executablePath, enabled);
+}
+
+bool setEnabled(const std::string& configFolder, const std::vector<std::string>& systemFolders,
+                const std::string& bundleIdentifier, const std::string& executablePath,
+                bool enabled) {
     if (configFolder.empty() || !isUsableIdentifier(bundleIdentifier)) return false;
+    if (hasSystemEntry(systemFolders, bundleIdentifier)) {
+        const std::string own = entryPath(configFolder, bundleIdentifier);
+        if (enabled) {
+            // Only a hiding entry is taken away: one the user made to run
+            // the program differently stays theirs.
+            if (isEnabled(configFolder, bundleIdentifier)) return true;
+            return ::unlink(own.c_str()) == 0 || errno == ENOENT;
+        }
+        if (!makePrivateFolders(configFolder + "/autostart")) return false;
+        return writeFileAtomically(
+            own, std::string(kGroupHeader) + "\nType=Application\nName=" +
+                     escapeString(bundleIdentifier) + "\nHidden=true\n",
+            0644);
+    }
     if (!enabled) {
         return ::unlink(entryPath(configFolder, bundleIdentifier).c_str()) == 0 || errno == ENOENT;
     }
@@ -107,6 +151,18 @@ bool setEnabled(const std::string& configFolder, const std::string& bundleIdenti
     // Written whole under a temporary name and renamed, so the desktop never
     // reads half an entry.
     return writeFileAtomically(folder + "/" + bundleIdentifier + ".desktop", contents, 0644);
+}
+
+bool isEnabled(const std::string& configFolder, const std::vector<std::string>& systemFolders,
+               const std::string& bundleIdentifier) {
+    if (configFolder.empty() || !isUsableIdentifier(bundleIdentifier)) return false;
+    // The user's entry, when there is one, stands for the system's.
+    struct stat info {};
+    if (::lstat(entryPath(configFolder, bundleIdentifier).c_str(), &info) != 0 &&
+        hasSystemEntry(systemFolders, bundleIdentifier)) {
+        return true;
+    }
+    return isEnabled(configFolder, bundleIdentifier);
 }
 
 bool isEnabled(const std::string& configFolder, const std::string& bundleIdentifier) {
@@ -137,11 +193,12 @@ bool isEnabled(const std::string& configFolder, const std::string& bundleIdentif
 
 bool setEnabled(const std::string& bundleIdentifier, const std::string& executablePath,
                 bool enabled) {
-    return setEnabled(userConfigFolder(), bundleIdentifier, executablePath, enabled);
+    return setEnabled(userConfigFolder(), systemConfigFolders(), bundleIdentifier, executablePath,
+                      enabled);
 }
 
 bool isEnabled(const std::string& bundleIdentifier) {
-    return isEnabled(userConfigFolder(), bundleIdentifier);
+    return isEnabled(userConfigFolder(), systemConfigFolders(), bundleIdentifier);
 }
 
 }  // namespace platform::LoginItems

@@ -596,3 +596,26 @@ case_desktop_notification_closed_or_absent() {
   agent_alive || fail "the agent ended without a service"
   [ ! -s "$received" ] || fail "something was handed over"
 }
+
+# The Debian package's files, unpacked into a scratch folder by
+# tests/package/check (SWEEPWELL_UNPACKED): the agent runs from there and
+# finds the Main application beside it. Not in the default list: it needs the
+# package built.
+case_package_runs_unpacked() {
+  local unpacked=${SWEEPWELL_UNPACKED:?the unpacked package folder}/usr/lib/sweepwell
+  start_agent "$unpacked/Sweepwell Helper.app" "$out/agent.log" || fail "the unpacked agent did not start"
+  wait_for 5 grep -q "watching the Trash folder $(desktop_trash)/files" "$out/agent.log" ||
+    fail "the unpacked agent watches no Trash"
+  app "Boxed Notes" com.example.BoxedNotes
+  gtrash "Boxed Notes"
+  expect_window "from the unpacked agent"
+  import -window root "$out/notification.png"
+  local X Y WIDTH HEIGHT SCREEN
+  eval "$(xdotool getwindowgeometry --shell "$window")"
+  xdotool mousemove --window "$window" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
+  wait_for 15 main_window || fail "the Main application beside the agent showed no window"
+  [ "$(readlink "/proc/$(xdotool getwindowpid "$main_win")/exe")" = "$unpacked/Sweepwell.app/Contents/MacOS/Sweepwell" ] ||
+    fail "another Main application was started"
+  sleep 1
+  import -window root "$out/main-window.png"
+}

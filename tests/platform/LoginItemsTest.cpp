@@ -36,6 +36,31 @@ TEST(LoginItems, EnablingWritesAnAutostartEntryAndDisablingRemovesIt) {
     EXPECT_TRUE(LoginItems::setEnabled(config, kIdentifier, "", false)) << "already off";
 }
 
+// A package's system-wide entry is switched off for one user by a hiding
+// entry of the same name, and on again by removing it; a user's own entry
+// that runs the program is never taken away.
+TEST(LoginItems, ASystemWideEntryIsOverriddenNotCopied) {
+    TempDir dir;
+    const std::string config = dir / "config";
+    const std::vector<std::string> system{dir / "none", dir / "xdg"};
+    const std::string own = config + "/autostart/" + kIdentifier + ".desktop";
+    dir.writeFile(std::string("xdg/autostart/") + kIdentifier + ".desktop",
+                  "[Desktop Entry]\nType=Application\nExec=/usr/bin/tool\n");
+    EXPECT_TRUE(LoginItems::isEnabled(config, system, kIdentifier));
+    EXPECT_FALSE(LoginItems::isEnabled(config, {}, kIdentifier));
+
+    ASSERT_TRUE(LoginItems::setEnabled(config, system, kIdentifier, "/usr/bin/tool", false));
+    EXPECT_NE(testsupport::readFile(own).find("\nHidden=true\n"), std::string::npos);
+    EXPECT_FALSE(LoginItems::isEnabled(config, system, kIdentifier));
+    ASSERT_TRUE(LoginItems::setEnabled(config, system, kIdentifier, "/usr/bin/tool", true));
+    EXPECT_FALSE(std::filesystem::exists(own));
+    EXPECT_TRUE(LoginItems::isEnabled(config, system, kIdentifier));
+
+    ASSERT_TRUE(LoginItems::setEnabled(config, kIdentifier, "/opt/tool", true));  // the user's own
+    ASSERT_TRUE(LoginItems::setEnabled(config, system, kIdentifier, "/usr/bin/tool", true));
+    EXPECT_NE(testsupport::readFile(own).find("Exec=\"/opt/tool\""), std::string::npos);
+}
+
 TEST(LoginItems, RefusesWhatCannotBecomeAnEntry) {
     TempDir dir;
     const std::string config = dir.makeDir("config");
