@@ -10,16 +10,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "BenchSize.h"
 #include "dispatch/MainQueue.h"
 #include "dispatch/RunLoopMainQueue.h"
+#include "platform/FolderAllocatedSize.h"
 #include "remains/SimpleSizeCalculation.h"
 
 namespace {
@@ -116,6 +120,35 @@ void BM_FastFolderSize(benchmark::State& state) {
         static_cast<double>(t.files), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_FastFolderSize)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// How long a walk of the tree runs on once its owner gives it up: the walk
+// is abandoned 5 ms after it started, and the time from then until it
+// answers is what is measured.
+void BM_AbandonedWalkStops(benchmark::State& state) {
+    const Tree& t = tree();
+    for (auto _ : state) {
+        std::atomic<bool> abandoned{false};
+        platform::FolderWalkLimits limits;
+        limits.abandoned = &abandoned;
+        std::atomic<bool> returned{false};
+        std::chrono::steady_clock::time_point end;
+        std::thread walk([&] {
+            platform::allocatedSizeOfFolderContents(
+                t.root, [](std::uint64_t) { return true; }, limits);
+            end = std::chrono::steady_clock::now();
+            returned = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        const auto start = std::chrono::steady_clock::now();
+        abandoned = true;
+        walk.join();
+        if (!returned) state.SkipWithError("the walk did not return");
+        state.SetIterationTime(std::chrono::duration<double>(
+                                   std::max(end - start, std::chrono::steady_clock::duration{}))
+                                   .count());
+    }
+}
+BENCHMARK(BM_AbandonedWalkStops)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 // The obvious way, for comparison: the standard library's recursive walk
 // with a path built and examined per entry.
@@ -379,21 +412,24 @@ SetResult sizeSetOnPool(dispatch::RunLoopMainQueue& queue, SimpleSizeCalculation
     return {complete && listener->answered() == paths.size(), elapsed.count(), listener->bytes()};
 }
 
-// The same set on this one thread: each task goes through the very call a
-// worker makes for it, one after the other, and the answers it posts are
-// delivered on the main queue as they would be from the pool.
-SetResult sizeSetOneByOne(dispatch::RunLoopMainQueue& queue,
+// The same set on this one thread, each folder walked without the shared
+// walk threads: the time the sizes took before walks were shared. A link to a
+// folder is sized as the folder, as a task sizes it.
+SetResult sizeSetOneByOne(dispatch::RunLoopMainQueue& /*queue*/,
                           const std::vector<std::string>& paths) {
-    auto listener = std::make_shared<SetListener>();
     const auto start = Clock::now();
+    std::uint64_t bytes = 0;
+    platform::FolderWalkLimits oneThread;
+    oneThread.inParallel = false;
     for (const auto& path : paths) {
-        SimpleSizeCalculation::performWorkForObject(
-            ProcessorObject(std::make_shared<SimpleSizeCalculationTask>(listener, path)));
+        struct stat info {};
+        if (::stat(path.c_str(), &info) != 0) continue;
+        bytes += S_ISDIR(info.st_mode) ? platform::allocatedSizeOfFolderContents(
+                                             path, [](std::uint64_t) { return true; }, oneThread)
+                                       : platform::allocatedSizeOfEntry(path).value_or(0);
     }
-    const bool complete =
-        queue.runUntil([&] { return listener->answered() >= paths.size(); }, kSetTimeout);
     const std::chrono::duration<double> elapsed = Clock::now() - start;
-    return {complete && listener->answered() == paths.size(), elapsed.count(), listener->bytes()};
+    return {true, elapsed.count(), bytes};
 }
 
 void addLibraryCounters(benchmark::State& state, const Library& lib, std::uint64_t bytes) {

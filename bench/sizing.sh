@@ -5,7 +5,9 @@
 # cache, in pairs whose order alternates; each pair gives a ratio ours/du and
 # the median of the ratios is the figure. The bytes are checked as well: du
 # also counts the folders' own blocks, so ours plus those must be du's total
-# (the tree has no hard links, which du would count once and we per name).
+# (the tree has no hard links; both would count one once). The walk shared
+# over the walk threads is timed against du, and so is the walk on one thread
+# (size_paths --sequential) beside it; each one's peak memory is measured too.
 #
 # Prints one "name: value" line per figure. The programs come from the build
 # folder in SWEEPWELL_BUILD_DIR (default build/default); SIZING_PAIRS sets the
@@ -37,6 +39,7 @@ timed() {
   "$tools/time_process" "$work/out" "$@"
 }
 ours=("$tools/size_paths" "$tree")
+sequential=("$tools/size_paths" --sequential "$tree")
 du=(du -s -B1 "$tree")
 
 # The median of the numbers on standard input, one a line.
@@ -50,6 +53,7 @@ median() {
 # programs themselves.
 for _ in 1 2; do
   timed "${ours[@]}" >/dev/null
+  timed "${sequential[@]}" >/dev/null
   timed "${du[@]}" >/dev/null
 done
 
@@ -59,11 +63,13 @@ for ((pair = 0; pair < pairs; pair++)); do
   if ((pair % 2 == 0)); then
     ours_ns=$(timed "${ours[@]}")
     du_ns=$(timed "${du[@]}")
+    sequential_ns=$(timed "${sequential[@]}")
   else
+    sequential_ns=$(timed "${sequential[@]}")
     du_ns=$(timed "${du[@]}")
     ours_ns=$(timed "${ours[@]}")
   fi
-  echo "$ours_ns $du_ns" >>"$work/pairs"
+  echo "$ours_ns $du_ns $sequential_ns" >>"$work/pairs"
 done
 
 # Start-up alone: each on an empty folder.
@@ -87,6 +93,11 @@ echo "sizing tree: $folders folders, $files files, $links symbolic links, $writt
 echo "sizing ours median: $(awk '{ print $1 }' "$work/pairs" | median | ms)"
 echo "sizing du median: $(awk '{ print $2 }' "$work/pairs" | median | ms)"
 echo "sizing ours/du median ratio: $(awk '{ print $1 / $2 }' "$work/pairs" | median | awk '{ printf "%.2f\n", $1 }')"
+echo "sizing sequential ours/du median ratio: $(awk '{ print $3 / $2 }' "$work/pairs" | median | awk '{ printf "%.2f\n", $1 }')"
+peak() { /usr/bin/time -f %M "$@" 2>&1 >/dev/null | tail -n1 | awk '{ printf "%.1f MiB\n", $1 / 1024 }'; }
+echo "sizing parallel peak memory: $(peak "${ours[@]}")"
+echo "sizing sequential peak memory: $(peak "${sequential[@]}")"
+echo "sizing du peak memory: $(peak "${du[@]}")"
 echo "sizing ours/du ratio range: $(awk '{ print $1 / $2 }' "$work/pairs" | sort -g |
   awk 'NR == 1 { low = $1 } { high = $1 } END { printf "%.2f to %.2f\n", low, high }')"
 echo "sizing ours start-up median: $(awk '{ print $1 }' "$work/startup" | median | awk '{ printf "%.1f ms\n", $1 / 1e6 }')"

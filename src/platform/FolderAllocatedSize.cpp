@@ -7,11 +7,18 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <functional>
 #include <memory>
+#include <mutex>
+#include <set>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -103,13 +110,45 @@ bool holdsTheHome(const struct stat& folder, std::string home) {
     return false;
 }
 
+// Files with more than one name, seen so far in one walk: du counts each
+// once, whichever name it meets first, and so do we. Shared by the threads
+// of a parallel walk.
+class SeenLinks {
+public:
+    bool firstSight(const struct stat& info) {
+        const std::lock_guard<std::mutex> hold(m_lock);
+        return m_arrSeen.emplace(info.st_dev, info.st_ino).second;
+    }
+
+private:
+    std::mutex m_lock;
+    std::set<std::pair<dev_t, ino_t>> m_arrSeen;
+};
+
 class Walker {
 public:
-    Walker(DescendRule descend, dev_t device, const std::atomic<bool>* abandoned)
+    Walker(DescendRule descend, dev_t device, const std::atomic<bool>* abandoned, SeenLinks& links)
         : m_eDescend(descend),
           m_nDevice(device),
           m_pAbandoned(abandoned),
+          m_links(links),
           m_pBuffer(new char[kReadBufferSize]) {}
+
+    bool isAbandoned() const {
+        return m_pAbandoned != nullptr && m_pAbandoned->load(std::memory_order_relaxed);
+    }
+    dev_t device() const { return m_nDevice; }
+    std::uint64_t total() const { return m_nTotal; }
+
+    // Reads one folder only: its files are counted, and the names of the
+    // sub-folders to enter are answered, each ended by '\0'.
+    std::string readOne(UniqueFd& fd) {
+        Frame frame;
+        frame.fd = std::move(fd);
+        readFolder(frame);
+        fd = std::move(frame.fd);
+        return std::move(frame.names);
+    }
 
     // Folders still open when the walk ends are closed with the walker.
     std::uint64_t walk(UniqueFd root) {
@@ -118,9 +157,7 @@ public:
         while (true) {
             Frame& frame = m_arrFrames[m_nDepth];
             if (frame.next < frame.names.size()) {
-                if (m_pAbandoned != nullptr && m_pAbandoned->load(std::memory_order_relaxed)) {
-                    return m_nTotal;
-                }
+                if (isAbandoned()) return m_nTotal;
                 const char* name = frame.names.data() + frame.next;
                 frame.next += std::strlen(name) + 1;
                 UniqueFd child = openFolderAt(frame.fd.get(), name, m_nDevice);
@@ -215,7 +252,7 @@ private:
         if (info.st_dev != m_nDevice) return;
         if (S_ISDIR(info.st_mode)) {
             enterLater(frame, name);  // the file system did not say what it was
-        } else {
+        } else if (info.st_nlink <= 1 || S_ISLNK(info.st_mode) || m_links.firstSight(info)) {
             m_nTotal += allocatedBytes(info);
         }
     }
@@ -229,11 +266,137 @@ private:
     DescendRule m_eDescend;
     dev_t m_nDevice;
     const std::atomic<bool>* m_pAbandoned;
+    SeenLinks& m_links;
     std::unique_ptr<char[]> m_pBuffer;
     std::vector<Frame> m_arrFrames;
     std::size_t m_nDepth = 0;
     std::uint64_t m_nTotal = 0;
 };
+
+// The threads that help walks along. One set for the whole process, so that
+// walks running side by side (the size tasks of several leftovers) never
+// make more threads than the machine has cores: each walk's own thread works
+// too, and the pool adds one thread per further core.
+class WalkPool {
+public:
+    static WalkPool& shared() {
+        // Never destroyed: a walk may still be running while the process ends.
+        static WalkPool* const pool = new WalkPool();
+        return *pool;
+    }
+
+    // The threads a walk can count on: its own and the pool's.
+    std::size_t threadCount() const { return m_nThreads + 1; }
+
+    // Runs `drain` on the calling thread and on each pool thread that is free
+    // to join, and answers once every one of them has returned from it.
+    // `drain` returns when nothing is left to take.
+    void run(const std::function<void()>& drain) {
+        auto job = std::make_shared<Job>();
+        job->drain = &drain;
+        {
+            const std::lock_guard<std::mutex> hold(m_lock);
+            m_arrJobs.push_back(job);
+        }
+        m_cvWork.notify_all();
+        drain();
+        std::unique_lock<std::mutex> hold(m_lock);
+        job->isExhausted = true;
+        m_arrJobs.erase(std::find(m_arrJobs.begin(), m_arrJobs.end(), job));
+        m_cvDone.wait(hold, [&] { return job->helpers == 0; });
+    }
+
+private:
+    struct Job {
+        const std::function<void()>* drain = nullptr;
+        int helpers = 0;
+        bool isExhausted = false;  // a helper found nothing left: no one joins any more
+    };
+
+    WalkPool() : m_nThreads(std::max(1u, std::thread::hardware_concurrency()) - 1) {
+        for (std::size_t i = 0; i < m_nThreads; ++i) std::thread([this] { serve(); }).detach();
+    }
+
+    std::shared_ptr<Job> openJob() const {
+        for (const auto& job : m_arrJobs) {
+            if (!job->isExhausted) return job;
+        }
+        return nullptr;
+    }
+
+    void serve() {
+        std::unique_lock<std::mutex> hold(m_lock);
+        for (;;) {
+            m_cvWork.wait(hold, [&] { return openJob() != nullptr; });
+            const std::shared_ptr<Job> job = openJob();
+            ++job->helpers;
+            hold.unlock();
+            (*job->drain)();
+            hold.lock();
+            job->isExhausted = true;
+            if (--job->helpers == 0) m_cvDone.notify_all();
+        }
+    }
+
+    const std::size_t m_nThreads;
+    std::mutex m_lock;
+    std::condition_variable m_cvWork;
+    std::condition_variable m_cvDone;
+    std::deque<std::shared_ptr<Job>> m_arrJobs;
+};
+
+// Enough sub-folders per thread that one large one does not leave the other
+// threads idle for long, found at most this many levels down.
+constexpr std::size_t kSubFoldersPerThread = 16;
+constexpr int kMaxSplitDepth = 3;
+
+// The top of the tree is read here, level by level, until it has given
+// enough sub-folders to share; then every thread of the pool takes the next
+// sub-folder not yet taken and walks it whole. The folders whose sub-folders
+// are shared stay open, so that each one is opened relative to its parent.
+std::uint64_t walkInParallel(UniqueFd root, DescendRule descend, dev_t device,
+                             const std::atomic<bool>* abandoned) {
+    struct SubFolder {
+        int parent;
+        std::string name;
+    };
+    SeenLinks links;
+    Walker top(descend, device, abandoned, links);
+    std::vector<UniqueFd> parents;
+    std::vector<SubFolder> shared;
+    const auto share = [&](UniqueFd folder) {
+        const std::string names = top.readOne(folder);
+        for (std::size_t at = 0; at < names.size(); at += std::strlen(names.data() + at) + 1) {
+            shared.push_back({folder.get(), names.data() + at});
+        }
+        parents.push_back(std::move(folder));
+    };
+    share(std::move(root));
+    const std::size_t wanted = kSubFoldersPerThread * WalkPool::shared().threadCount();
+    for (int depth = 1;
+         depth < kMaxSplitDepth && !shared.empty() && shared.size() < wanted && !top.isAbandoned();
+         ++depth) {
+        const std::vector<SubFolder> level = std::exchange(shared, {});
+        for (const SubFolder& sub : level) {
+            if (UniqueFd folder = openFolderAt(sub.parent, sub.name.c_str(), device)) {
+                share(std::move(folder));
+            }
+        }
+    }
+
+    std::atomic<std::size_t> next{0};
+    std::atomic<std::uint64_t> total{top.total()};
+    const std::function<void()> drain = [&] {
+        Walker walker(descend, device, abandoned, links);
+        for (std::size_t i = next++; i < shared.size() && !walker.isAbandoned(); i = next++) {
+            UniqueFd folder = openFolderAt(shared[i].parent, shared[i].name.c_str(), device);
+            if (folder) walker.walk(std::move(folder));
+        }
+        total += walker.total();
+    };
+    WalkPool::shared().run(drain);
+    return total;
+}
 
 }  // namespace
 
@@ -251,7 +414,11 @@ std::uint64_t allocatedSizeOfFolderContents(const std::string& folder, DescendRu
     if (!root || ::fstat(root.get(), &info) != 0 || holdsTheHome(info, limits.homeDirectory)) {
         return 0;
     }
-    return Walker(descend, info.st_dev, limits.abandoned).walk(std::move(root));
+    if (limits.inParallel) {
+        return walkInParallel(std::move(root), descend, info.st_dev, limits.abandoned);
+    }
+    SeenLinks links;
+    return Walker(descend, info.st_dev, limits.abandoned, links).walk(std::move(root));
 }
 
 }  // namespace platform

@@ -26,13 +26,17 @@ struct FolderWalkLimits {
     const std::atomic<bool>* abandoned = nullptr;
     // The user's home folder; empty for the password database's.
     std::string homeDirectory;
+    // Whether the walk shares its sub-folders with the process's walk
+    // threads (one per core, shared by every walk) or walks them one by one
+    // on the caller's thread. Both answer the same.
+    bool inParallel = true;
 };
 
 // The sum of the allocated sizes of everything below `folder` that is not a
 // folder: files, symbolic links (never followed), and any other kind of
-// entry. Hidden entries count and packages are entered; folders themselves
-// add nothing. A sub-folder is entered when `descend` answers true for its
-// link count. `folder` may itself be a symbolic link to a folder. Entries and
+// entry. A file with several names (hard links) counts once, as du counts it. Hidden entries count
+// and packages are entered; folders themselves add nothing. A sub-folder is entered when `descend`
+// answers true for its link count. `folder` may itself be a symbolic link to a folder. Entries and
 // folders that cannot be read are skipped, and what could be read is
 // answered; 0 when `folder` cannot be opened as a folder at all.
 //

@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "platform/FolderAllocatedSize.h"
+#include "support/TempDir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+constexpr auto always = +[](std::uint64_t) { return true; };
+
+void file(const fs::path& path, std::size_t bytes) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << std::string(bytes, 'x');
+}
+
+// du's total less the folders' own blocks, which du counts and we do not.
+std::uint64_t duFilesOnly(const std::string& root) {
+    std::uint64_t folders = 0;
+    for (auto it = fs::recursive_directory_iterator(root); it != fs::end(it); ++it) {
+        struct stat info {};
+        if (::lstat(it->path().c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+            folders += static_cast<std::uint64_t>(info.st_blocks) * 512;
+        }
+    }
+    struct stat info {};
+    ::lstat(root.c_str(), &info);
+    folders += static_cast<std::uint64_t>(info.st_blocks) * 512;
+    FILE* du = ::popen(("du -s -B1 '" + root + "'").c_str(), "r");
+    unsigned long long total = 0;
+    if (du == nullptr || std::fscanf(du, "%llu", &total) != 1) ADD_FAILURE() << "du failed";
+    if (du != nullptr) ::pclose(du);
+    return total - folders;
+}
+
+// The walk shared over the pool answers what the walk on one thread answers
+// and what du answers, also with four walks at once on the shared pool.
+TEST(ParallelWalk, AnswersWhatTheSequentialWalkAndDuAnswer) {
+    struct Row {
+        const char* name;
+        std::function<void(const fs::path&)> make;
+    };
+    const std::vector<Row> rows = {
+        {"deep",
+         [](const fs::path& root) {
+             fs::path level = root;
+             for (int depth = 0; depth < 400; ++depth) {
+                 if (depth % 40 == 0) file(level / "side" / "f", 5000 + depth);
+                 level /= "d";
+             }
+             file(level / "last", 3);
+         }},
+        {"wide",
+         [](const fs::path& root) {
+             for (int i = 0; i < 3000; ++i)
+                 file(root / ("w" + std::to_string(i)) / "f", i % 7 * 1000);
+         }},
+        {"links",
+         [](const fs::path& root) {
+             for (int i = 0; i < 60; ++i)
+                 file(root / ("s" + std::to_string(i % 12)) / ("f" + std::to_string(i)), 9000);
+             for (int i = 0; i < 60; i += 3) {
+                 // Hard links within and across the shared sub-folders.
+                 fs::create_hard_link(
+                     root / ("s" + std::to_string(i % 12)) / ("f" + std::to_string(i)),
+                     root / ("s" + std::to_string((i + 5) % 12)) / ("h" + std::to_string(i)));
+             }
+             fs::create_symlink(root / "s1", root / "s2" / "to-folder");
+             fs::create_symlink("/nowhere", root / "dangling");
+         }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        testsupport::TempDir dir;
+        const std::string root = dir.makeDir("tree");
+        row.make(root);
+        platform::FolderWalkLimits oneByOne;
+        oneByOne.inParallel = false;
+        const std::uint64_t sequential =
+            platform::allocatedSizeOfFolderContents(root, always, oneByOne);
+        EXPECT_EQ(sequential, duFilesOnly(root));
+        std::vector<std::uint64_t> answers(4);
+        std::vector<std::thread> walks;
+        for (auto& answer : answers) {
+            walks.emplace_back(
+                [&] { answer = platform::allocatedSizeOfFolderContents(root, always); });
+        }
+        for (auto& walk : walks) walk.join();
+        for (std::uint64_t answer : answers) EXPECT_EQ(answer, sequential);
+    }
+}
+
+}  // namespace
