@@ -47,26 +47,6 @@ TEST(SerialQueue, RunsBlocksOneAtATimeInOrderAndLosesNothing) {
     EXPECT_EQ(overlap.load(), 0);
 }
 
-TEST(SerialQueue, SyncWaitsForTheBlockAndRunsInlineOnItsOwnThread) {
-    SerialQueue queue("test.sync");
-    EXPECT_FALSE(queue.isCurrent());
-    int value = 0;
-    queue.async([&] {
-        std::this_thread::sleep_for(10ms);
-        value = 1;
-    });
-    queue.sync([&] { value *= 10; });  // runs after the slow block
-    EXPECT_EQ(value, 10);
-    bool inner = false;
-    bool current = false;
-    queue.sync([&] {
-        current = queue.isCurrent();
-        queue.sync([&] { inner = true; });  // would deadlock if it queued
-    });
-    EXPECT_TRUE(current);
-    EXPECT_TRUE(inner);
-}
-
 TEST(SerialQueue, CanBeReleasedByItsOwnBlock) {
     auto queue = std::make_shared<SerialQueue>("test.self");
     SerialQueue* raw = queue.get();

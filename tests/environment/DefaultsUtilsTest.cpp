@@ -14,21 +14,6 @@ using namespace platform;
 
 constexpr unsigned long long kMax = std::numeric_limits<unsigned long long>::max();
 
-TEST(DefaultsUtils, StoredObjectsConvertWithoutATypeCheck) {
-    testsupport::TempDir dir;
-    UserDefaults store(dir / "s.plist");
-    for (const auto& row : testsupport::readDataTable("DefaultsUtils/conversions.tsv")) {
-        SCOPED_TRACE(testsupport::describeRow(row));
-        const auto stored = PropertyList::parse("<plist version=\"1.0\">" + row.at(0) + "</plist>");
-        ASSERT_TRUE(stored);
-        store.setObject("key", *stored);
-        const bool asBool = row.at(2) == "yes";
-        EXPECT_EQ(DefaultsUtils::getUnsignedLongLongValueForKey(store, "key", 99),
-                  std::stoull(row.at(1)));
-        EXPECT_EQ(DefaultsUtils::getBoolValueForKey(store, "key", !asBool), asBool);
-    }
-}
-
 TEST(DefaultsUtils, DefaultsOnlyWhenNothingIsStoredAndSavesReachTheFile) {
     testsupport::TempDir dir;
     UserDefaults store(dir / "s.plist");

@@ -33,21 +33,4 @@ TEST(StringUtilsTest, PathAndNameQuestions) {
     EXPECT_EQ(StringUtils::convertToStringFromFileSize(1234567890), "1.23 GB");
 }
 
-TEST(StringUtilsTest, NameForCopiedFileSkipsTakenNames) {
-    testsupport::TempDir temp;
-    const std::string folder = temp.makeDir("dest");
-    EXPECT_EQ(StringUtils::getNameForCopiedFile("Report.pdf", folder), "Report.pdf");
-    temp.writeFile("dest/Report.pdf");
-    temp.writeFile("dest/Report 2.pdf");
-    EXPECT_EQ(StringUtils::getNameForCopiedFile("Report.pdf", folder), "Report 3.pdf");
-    temp.makeDir("dest/Notes");
-    EXPECT_EQ(StringUtils::getNameForCopiedFile("Notes", folder), "Notes 2");
-    // A dangling link still occupies its name.
-    temp.makeSymlink("dest/Archive.tar.gz", temp / "missing");
-    EXPECT_EQ(StringUtils::getNameForCopiedFile("Archive.tar.gz", folder), "Archive.tar 2.gz");
-    // A hidden name has no extension to keep apart.
-    temp.writeFile("dest/.profile");
-    EXPECT_EQ(StringUtils::getNameForCopiedFile(".profile", folder), ".profile 2");
-}
-
 }  // namespace

@@ -62,37 +62,6 @@ TEST(FileMessage, ReadOperationsCheckTheCommandAndTheirArguments) {
     }
 }
 
-TEST(FileMessage, FilesAreWrittenToTheSharedFolderAndConsumedWhenLoaded) {
-    testsupport::TempDir dir;
-    const auto environment = testEnvironment(dir);
-    auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
-        std::vector<std::string>{"/Applications/Old.app", "/Users/u/\u00c9.app"}, environment);
-    EXPECT_EQ(message->receiverAppBundleId(), environment.helperAppBundleId);
-    const auto path = message->saveToFile();
-    ASSERT_TRUE(path.has_value());
-    EXPECT_TRUE(std::regex_match(
-        *path, std::regex(environment.messageFolder + "/random_[0-9]+-[0-9]+\\.msgforswhelp")));
-
-    const auto loaded = FileMessage::loadFromFile(*path);
-    ASSERT_TRUE(loaded && loaded->data());
-    EXPECT_EQ(loaded->type(), FileMessage::kTypeReceived);
-    EXPECT_EQ(*loaded->data(), *message->data());
-    EXPECT_EQ(FileMessage::loadFromFile(*path), nullptr);  // consumed
-
-    // Bad files are consumed too, and give nothing.
-    const auto valid = KeyedArchive::archivedDataWithRootObject(ArchivedObject("x"));
-    for (const std::string& contents :
-         {std::string(), std::string("garbage"), std::string("<plist><dict/></plist>"),
-          std::string(valid.begin(),
-                      valid.begin() + static_cast<std::ptrdiff_t>(valid.size() / 2))}) {
-        const std::string bad = dir.writeFile("bad.msgforswhelp", contents);
-        EXPECT_EQ(FileMessage::loadFromFile(bad), nullptr) << contents;
-        EXPECT_NE(::access(bad.c_str(), F_OK), 0);
-    }
-    EXPECT_EQ(FileMessage::loadFromFile(std::nullopt), nullptr);
-    EXPECT_EQ(received(ArchivedObject(Dictionary{}))->saveToFile(), std::nullopt);
-}
-
 // The folder is open to whoever can write to it: a name there may be a link
 // to someone else's command, or a command far larger than any honest one.
 // Neither is read, and both are consumed.
@@ -157,24 +126,6 @@ TEST(FileMessage, APlantedHelperReceivesNothing) {
     const auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
         std::vector<std::string>{"/Applications/Gone.app"}, environment);
     EXPECT_EQ(message->getAppPathForMessage(), std::nullopt);
-}
-
-TEST(FileMessage, FindsTheEnclosingMainApplicationOnlyFromTheHelper) {
-    testsupport::TempDir dir;
-    auto environment = testEnvironment(dir);
-    const auto main = SampleApplication::make(dir, "Main.app", environment.mainAppBundleId);
-    environment.ownBundlePath =
-        SampleApplication::make(dir, "Main.app/Contents/Library/LoginItems/Helper.app",
-                                environment.helperAppBundleId)
-            .bundlePath;
-    environment.ownBundleId = environment.helperAppBundleId;
-    const FileMessage fromHelper(FileMessage::kTypeForHelper, environment);
-    EXPECT_EQ(fromHelper.findRelativeAppWithBundleId(environment.mainAppBundleId), main.bundlePath);
-    EXPECT_EQ(fromHelper.findRelativeAppWithBundleId(environment.helperAppBundleId), std::nullopt);
-    environment.ownBundleId = environment.mainAppBundleId;
-    EXPECT_EQ(FileMessage(FileMessage::kTypeForHelper, environment)
-                  .findRelativeAppWithBundleId(environment.mainAppBundleId),
-              std::nullopt);
 }
 
 }  // namespace

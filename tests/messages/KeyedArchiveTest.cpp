@@ -42,52 +42,6 @@ std::vector<std::uint8_t> handMadeCommandArchive() {
     return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
 }
 
-TEST(KeyedArchive, ReadsTheArchiversBytesAndWritesItsLayout) {
-    const ArchivedObject body(Dictionary{
-        {"command", "exclude-paths"},
-        {"paths", Array{"/Applications/Old.app", "/Users/Jos\u00e9/\u00c9t\u00e9.app"}}});
-    EXPECT_EQ(KeyedArchive::unarchiveObjectWithData(handMadeCommandArchive()), body);
-
-    const PlistValue archive = *KeyedArchive::archivedRootObject(body);
-    const PlistArray objects = *archive.objectForKey("$objects")->asArray();
-    auto at = [&](const PlistValue& uid) { return objects.at(*uid.asUid()); };
-    EXPECT_EQ(*archive.objectForKey("$archiver"), PlistValue("NSKeyedArchiver"));
-    EXPECT_EQ(*archive.objectForKey("$version"), PlistValue(100000));
-    EXPECT_EQ(*archive.objectForKey("$top"), PlistValue(PlistDictionary{{"root", PlistUid{1}}}));
-    EXPECT_EQ(objects.at(0), PlistValue("$null"));
-    const PlistValue& root = objects.at(1);
-    EXPECT_EQ(at(*root.objectForKey("$class")),
-              PlistValue(PlistDictionary{{"$classname", "NSDictionary"},
-                                         {"$classes", PlistArray{"NSDictionary", "NSObject"}}}));
-    EXPECT_EQ(at(root.objectForKey("NS.keys")->asArray()->at(0)), PlistValue("command"));
-    EXPECT_EQ(at(root.objectForKey("NS.objects")->asArray()->at(0)), PlistValue("exclude-paths"));
-}
-
-TEST(KeyedArchive, RoundTripsEveryKindItWrites) {
-    const std::vector<ArchivedObject> cases = {
-        ArchivedObject(Dictionary{}),
-        ArchivedObject(Array{}),
-        ArchivedObject("a string"),
-        ArchivedObject(),
-        ArchivedObject(Dictionary{
-            {"numbers", Array{number(-1), number(1LL << 40), ArchivedObject(PlistValue(2.5)),
-                              ArchivedObject(PlistValue(true))}},
-            {"nested", Array{Array{Array{"deep"}}, Dictionary{{"k", ArchivedObject()}}}},
-            {"data", ArchivedObject(PlistValue(PlistData{0, 1, 255}))},
-            {"date", ArchivedObject(PlistValue(PlistDate{123456789.5}))},
-            {"shared", Array{"twice", "twice", "\u65e5\u672c"}},
-            {number(7), "a number as a key"}}),
-    };
-    for (const ArchivedObject& object : cases) {
-        EXPECT_EQ(
-            KeyedArchive::unarchiveObjectWithData(KeyedArchive::archivedDataWithRootObject(object)),
-            object);
-    }
-    // Instances and UIDs are only ever read.
-    EXPECT_TRUE(KeyedArchive::archivedDataWithRootObject(instance("NSURL", {})).empty());
-    EXPECT_TRUE(KeyedArchive::archivedDataWithRootObject(PlistValue(PlistUid{1})).empty());
-}
-
 TEST(KeyedArchive, RefusesMalformedArchives) {
     // A good archive changed in one way each, named for the change.
     for (const std::string& path : testsupport::dataFiles("KeyedArchive/refused")) {

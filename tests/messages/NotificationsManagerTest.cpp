@@ -95,20 +95,4 @@ TEST(NotificationsManager, APlantedMainApplicationIsNeverStarted) {
     EXPECT_FALSE(planted.wasStarted());
 }
 
-TEST(NotificationsManager, StartsTheMainApplicationEvenWithoutAList) {
-    testsupport::TempDir dir;
-    auto environment = testsupport::sampleEnvironment(dir, "NoList");
-    environment.messageFolder.clear();  // no folder to write the list in
-    const auto main =
-        SampleApplication::make(dir, "Applications/Main.app", environment.mainAppBundleId);
-    NotificationsManager(environment)
-        .removeFilePaths({std::make_shared<PathForRemove>("/x", 1, "b")});
-    const auto record = main.waitForRecord();
-    ASSERT_EQ(record.size(), 2u);
-    EXPECT_EQ(record[1], main.bundlePath);  // opened with itself
-
-    environment.mainAppBundleId = "com.example.Nobody";
-    EXPECT_EQ(NotificationsManager(environment).findMainApplication(), std::nullopt);
-}
-
 }  // namespace

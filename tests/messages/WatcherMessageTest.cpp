@@ -52,32 +52,6 @@ TEST(WatcherMessage, WritesTheFormatAndReadsItBackEntryForEntry) {
     EXPECT_EQ(describe(read.getPathsForRemove()), describe(entries));
 }
 
-TEST(WatcherMessage, NamesCountUpCarryTheSecondsSince2001AndSkipTakenOnes) {
-    testsupport::TempDir dir;
-    const long long now = std::chrono::duration_cast<std::chrono::seconds>(
-                              std::chrono::system_clock::now().time_since_epoch())
-                              .count() -
-                          978307200;
-    const std::regex pattern("random_([0-9]+)-([0-9]+)\\.x");
-    std::smatch first, second, third;
-    const std::string a = WatcherMessage::createUniqueFileNameInFolder(dir.path(), ".x");
-    const std::string b = WatcherMessage::createUniqueFileNameInFolder(dir.path(), ".x");
-    ASSERT_TRUE(std::regex_match(a, first, pattern) && std::regex_match(b, second, pattern));
-    EXPECT_EQ(std::stoull(second[1]), std::stoull(first[1]) + 1);
-    EXPECT_NEAR(static_cast<double>(std::stoll(first[2])), static_cast<double>(now), 5.0);
-
-    // The next counter value is taken (by dangling links) for this second
-    // and the next, so the one after it is used.
-    const unsigned long long counter = std::stoull(second[1]) + 1;
-    for (long long s : {std::stoll(second[2]), std::stoll(second[2]) + 1}) {
-        dir.makeSymlink("random_" + std::to_string(counter) + "-" + std::to_string(s) + ".x",
-                        dir / "nothing");
-    }
-    const std::string c = WatcherMessage::createUniqueFileNameInFolder(dir.path(), ".x");
-    ASSERT_TRUE(std::regex_match(c, third, pattern));
-    EXPECT_EQ(std::stoull(third[1]), counter + 1);
-}
-
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
@@ -110,16 +84,6 @@ TEST(WatcherMessage, ReaderAcceptsWhatTheFormatAllowsAndRefusesTheRest) {
     load(list + std::string(100000, '[') + std::string(100000, ']') + "]}", {});
     load(kHeader + std::string(100000, '['), {});
     EXPECT_FALSE(WatcherMessage().loadFromPath(dir / "missing.trforsw"));
-}
-
-TEST(WatcherMessage, EmptyListIsWrittenButNotAcceptedBack) {
-    testsupport::TempDir dir;
-    WatcherMessage message;
-    const auto path = message.saveForTransmit(dir.path());
-    ASSERT_TRUE(path.has_value());
-    EXPECT_EQ(testsupport::readFile(*path), kHeader + R"({"items":[]})");
-    EXPECT_FALSE(message.loadFromPath(*path));
-    EXPECT_TRUE(exists(*path));
 }
 
 // A file name may hold any byte; JSON carries only UTF-8. The entries that

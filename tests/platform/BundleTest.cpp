@@ -67,40 +67,4 @@ TEST(Bundle, ReadsInfoPlistInEitherFormatAndRefusesOtherFolders) {
     EXPECT_EQ(xml->infoDictionary().size(), 3u);
 }
 
-TEST(Bundle, MainBundleIsTheApplicationAroundContentsMacOS) {
-    testsupport::TempDir dir;
-    const std::string info =
-        binaryInfo(platform::PlistDictionary{{"CFBundleIdentifier", "com.example.Main"}});
-    dir.writeFile("Main.app/Contents/Info.plist", info);
-    dir.writeFile("Main.app/Contents/MacOS/main");
-    dir.writeFile(
-        "Main.app/Contents/Library/LoginItems/Helper.app/Contents/Info.plist",
-        binaryInfo(platform::PlistDictionary{{"CFBundleIdentifier", "com.example.Helper"}}));
-    dir.writeFile("Plugin.bundle/Contents/Info.plist", info);
-    dir.writeFile("NoInfo.app/Contents/MacOS/main");
-
-    const std::vector<std::pair<std::string, std::optional<std::string>>> cases = {
-        {dir / "Main.app/Contents/MacOS/main", dir / "Main.app"},
-        {dir / "Main.app/Contents/Library/LoginItems/Helper.app/Contents/MacOS/helper",
-         dir / "Main.app/Contents/Library/LoginItems/Helper.app"},
-        {dir / "Main.app/Contents/MacOS/sub/main", std::nullopt},
-        {dir / "Main.app/Contents/Resources/main", std::nullopt},
-        {dir / "Main.app/main", std::nullopt},
-        {dir / "Plugin.bundle/Contents/MacOS/main", std::nullopt},
-        {dir / "NoInfo.app/Contents/MacOS/main", std::nullopt},
-        {"/usr/bin/env", std::nullopt},
-        {"", std::nullopt},
-    };
-    for (const auto& [executable, expected] : cases) {
-        SCOPED_TRACE(executable);
-        auto bundle = platform::Bundle::mainBundleForExecutable(executable);
-        ASSERT_EQ(bundle != nullptr, expected.has_value());
-        if (bundle) {
-            EXPECT_EQ(bundle->path(), *expected);
-        }
-    }
-    // This test program is not inside an application bundle.
-    EXPECT_EQ(platform::Bundle::mainBundle(), nullptr);
-}
-
 }  // namespace

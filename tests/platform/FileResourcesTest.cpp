@@ -37,30 +37,4 @@ struct Sample {
     }
 };
 
-TEST(FileResources, ValuesDescribeTheEntryItselfAndTheKindTestsFollowLinks) {
-    Sample sample;
-    const TempDir& dir = sample.dir;
-    for (const auto& row : testsupport::readDataTable("FileResources/sample-entries.tsv")) {
-        ASSERT_EQ(row.size(), 9u);
-        SCOPED_TRACE(row[0]);
-        const std::string path = dir / row[0];
-        EXPECT_EQ(platform::isApplicationAtPath(path), row[7] == "1");
-        EXPECT_EQ(platform::isFilePackageAtPath(path), row[8] == "1");
-        const auto values = platform::resourceValuesForPath(path);
-        ASSERT_EQ(values.has_value(), row[1] != "-");
-        if (!values) continue;
-        const bool flags[] = {values->isDirectory, values->isSymbolicLink, values->isRegularFile,
-                              values->isApplication, values->isPackage};
-        for (int i = 0; i < 5; ++i) EXPECT_EQ(flags[i], row[1 + i] == "1") << "column " << 1 + i;
-        EXPECT_EQ(values->linkCount, std::stoull(row[6]));
-        EXPECT_FALSE(values->isImmutable);
-    }
-    EXPECT_FALSE(platform::resourceValuesForPath("").has_value());
-
-    const auto file = platform::resourceValuesForPath(dir / "file.txt");
-    EXPECT_EQ(file->fileSize, 5000u);
-    EXPECT_GE(file->totalFileAllocatedSize, 4096u) << "written data takes whole blocks";
-    EXPECT_EQ(file->totalFileAllocatedSize % 512, 0u);
-}
-
 }  // namespace

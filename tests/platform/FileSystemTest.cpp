@@ -15,32 +15,6 @@ namespace {
 using platform::UniqueFd;
 using testsupport::TempDir;
 
-bool isOpen(int fd) {
-    return ::fcntl(fd, F_GETFD) != -1;
-}
-
-TEST(UniqueFd, ClosesExactlyOnceWhereverItWasMoved) {
-    const int first = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    UniqueFd moved(first);
-    UniqueFd owner(std::move(moved));
-    EXPECT_EQ(moved.get(), -1);
-    owner.reset();
-    EXPECT_FALSE(isOpen(first));
-    // The number is free again and the next open takes it: neither owner may
-    // close it a second time.
-    const int second = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(second, first);
-    { const UniqueFd stale(std::move(moved)); }
-    EXPECT_TRUE(isOpen(second));
-    UniqueFd kept(second);
-    EXPECT_EQ(kept.release(), second);
-    EXPECT_TRUE(isOpen(second));
-    kept = UniqueFd(second);
-    EXPECT_TRUE(kept.close());
-    EXPECT_FALSE(isOpen(second));
-    EXPECT_TRUE(kept.close()) << "nothing left to close";
-}
-
 TEST(FileSystem, AtomicWriteReplacesWholeOrLeavesEverythingAsItWas) {
     TempDir dir;
     dir.writeFile("old", "previous");

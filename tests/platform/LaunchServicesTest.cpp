@@ -46,27 +46,6 @@ TEST(LaunchServices, FindsCopiesInRootsAndPlainSubfoldersOnly) {
     EXPECT_TRUE(copiesOfBundleIdentifier("", roots).empty());
 }
 
-TEST(LaunchServices, EachRootHasItsOwnBudget) {
-    testsupport::TempDir dir;
-    const std::string crowded = dir.makeDir("Crowded");
-    const std::string copy =
-        SampleApplication::make(dir, "Mine/App.app", "com.example.Copy").bundlePath;
-    // Made on a memory file system, where so many files cost little.
-    const auto problem = testsupport::runIsolated([&]() -> std::string {
-        if (::mount("budget", crowded.c_str(), "tmpfs", 0, "size=16m") != 0) return "no tmpfs";
-        for (std::size_t i = 0; i <= platform::LaunchServices::kMaxEntriesVisited; ++i) {
-            const std::string name = crowded + "/f" + std::to_string(i);
-            const int fd = ::open(name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
-            if (fd < 0) return "cannot fill the folder";
-            ::close(fd);
-        }
-        const auto copies = copiesOfBundleIdentifier("com.example.Copy", {crowded, dir / "Mine"});
-        return copies == std::vector<std::string>{copy} ? "" : "the second root was not read";
-    });
-    if (!problem) GTEST_SKIP() << "no mount namespace for a child";
-    EXPECT_EQ(*problem, "");
-}
-
 TEST(LaunchServices, TheSettingsStoreAddsApplicationFolders) {
     using platform::LaunchServices::applicationFolders;
     platform::UserDefaults settings("");

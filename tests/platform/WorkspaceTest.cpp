@@ -65,47 +65,4 @@ TEST(Workspace, AScriptIsRunningOnlyUnderItsOwnInterpreter) {
     EXPECT_EQ(running[0].processIdentifier, real.pid());
 }
 
-TEST(Workspace, OpenFileStartsTheApplicationDetachedWithTheFile) {
-    testsupport::TempDir dir;
-    const auto byBundle = SampleApplication::make(dir, "ByBundle.app", uniqueId("ByBundle"));
-    const auto byExecutable = SampleApplication::make(dir, "ByExe.app", uniqueId("ByExe"));
-    const std::string file = dir.writeFile("list.txt", "x");
-
-    const auto trust = testsupport::trustInside(dir);
-    ASSERT_TRUE(Workspace::openFile(file, byBundle.bundlePath, trust));
-    ASSERT_TRUE(Workspace::openFile(file, byExecutable.executablePath, trust));
-    for (const auto* app : {&byBundle, &byExecutable}) {
-        const auto record = app->waitForRecord();
-        ASSERT_EQ(record.size(), 2u) << app->bundlePath;
-        // Adopted by another process, so nothing is left for us to reap.
-        EXPECT_NE(record[0], std::to_string(::getpid()));
-        EXPECT_EQ(record[1], file);
-    }
-    errno = 0;
-    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
-    EXPECT_EQ(errno, ECHILD);
-}
-
-TEST(Workspace, OpenFileFailsWithoutARunnableProgram) {
-    testsupport::TempDir dir;
-    const auto app = SampleApplication::make(dir, "Sample.app", uniqueId("Sample"));
-    const std::string notExecutable = dir.writeFile("plain.sh", "#!/bin/sh\nexit 0\n");
-    const std::string noInterpreter = dir.writeFile("garbage", "\x7f\x01 not a program");
-    ::chmod(noInterpreter.c_str(), 0755);
-    testsupport::makeBundle(dir, "NoExe.app", {{"CFBundleIdentifier", "x"}});
-
-    const auto trust = testsupport::trustInside(dir);
-    const std::vector<std::string> applications = {
-        dir / "Missing.app",
-        dir / "NoExe.app",
-        notExecutable,
-        noInterpreter,
-        "No Such Application " + std::to_string(::getpid()),
-        ""};
-    for (const std::string& application : applications) {
-        EXPECT_FALSE(Workspace::openFile(app.bundlePath, application, trust)) << application;
-    }
-    EXPECT_EQ(Workspace::executableForApplication(app.bundlePath, trust), app.executablePath);
-}
-
 }  // namespace

@@ -61,31 +61,4 @@ TEST_F(SpotlightEasySearchTest, TimesOutWithWhatWasGathered) {
     EXPECT_TRUE(standard->paths.empty());
 }
 
-TEST_F(SpotlightEasySearchTest, EachSearchHearsOnlyItsOwnQuery) {
-    const std::string app = remainstest::makeApp(m_dir, "Apps/One.app", "com.example.one");
-    auto slowQueue = std::make_shared<dispatch::ManualMainQueue>();
-    auto stuck =
-        start("TRUEPREDICATE", {m_dir / "Apps"}, platform::MetadataQuery::create(slowQueue));
-    auto quick = start("kMDItemFSName == 'One.app'", {m_dir / "Apps"});
-    ASSERT_TRUE(remainstest::pumpUntil(*m_pQueue, [&] { return quick->count > 0; }));
-    EXPECT_EQ(quick->paths, std::vector<std::string>{app});
-    EXPECT_EQ(stuck->count, 0);
-    slowQueue->runUntilIdle();
-    m_pQueue->runUntilIdle();
-    EXPECT_EQ(stuck->count + quick->count, 2);
-    EXPECT_EQ(stuck->paths, std::vector<std::string>{app})
-        << "its own results, packages not entered";
-}
-
-TEST_F(SpotlightEasySearchTest, APredicateThatCannotBeParsedEndsAtOnce) {
-    for (const char* format : {"kMDItemCFBundleIdentifier == 'it's' AND kMDItemPath LIKE '?*'", "",
-                               "kMDItemPath LIKE"}) {
-        auto calls = start(format, {m_dir.path()});
-        EXPECT_EQ(calls->count, 1) << "called before startQuery returned: " << format;
-        EXPECT_TRUE(calls->paths.empty());
-        m_pQueue->advance(31s);
-        EXPECT_EQ(calls->count, 1);
-    }
-}
-
 }  // namespace

@@ -23,26 +23,6 @@ public:
     std::string calls;
 };
 
-TEST(StartStopTrigger, OnlyEffectiveChangesAreReportedAndAdvanceTheCycle) {
-    auto listener = std::make_shared<RecordingListener>();
-    StartStopTrigger trigger(listener);
-    // stop, start, start, stop, stop, start, stop: repeats and a stop while
-    // paused do nothing; every effective stop moves the cycle on.
-    const char* ops = "TSSTTST";
-    const char* calls[] = {"", "S", "S", "ST", "ST", "STS", "STST"};
-    const std::uint32_t cycles[] = {1, 1, 1, 2, 2, 2, 3};
-    for (int i = 0; ops[i] != '\0'; ++i) {
-        ops[i] == 'S' ? trigger.start() : trigger.stop();
-        EXPECT_EQ(listener->calls, calls[i]) << i;
-        EXPECT_EQ(trigger.cycle(), cycles[i]) << i;
-        EXPECT_EQ(trigger.isPaused(), ops[i] == 'T') << i;
-    }
-    trigger.setCycle(UINT32_MAX);
-    trigger.start();
-    trigger.stop();
-    EXPECT_EQ(trigger.cycle(), 0u) << "the cycle wraps";
-}
-
 // Records the objects it is given, in order. An object equal to kGate blocks
 // its worker until open() is called.
 class Recorder : public ObjectProcessorDelegate, public ObjectProcessorWorker {
@@ -108,52 +88,6 @@ protected:
     }
 };
 
-TEST_F(WorkerPool, PileIsWorkedNewestFirst) {
-    // Without auto-start the objects wait for the trigger.
-    auto pool = ObjectsProcessor::create(1, m_pRecorder, false);
-    pool->addObjects({1, 2, 3});
-    pool->addObject(4);
-    pool->getController()->start();
-    ASSERT_TRUE(completedTimes(pool, 1));
-    EXPECT_EQ(m_pRecorder->done(), (std::vector<int>{4, 3, 2, 1}));
-
-    // Objects that arrive while a worker is busy are taken newest first too.
-    auto running = ObjectsProcessor::create(1, m_pRecorder, true);
-    running->addObject(Recorder::kGate);
-    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->gateReached(); }));
-    EXPECT_TRUE(running->isProcessorWorking());
-    running->addObjects({5, 6});
-    running->addObject(7);
-    // An empty value would read as "nothing left" and send the worker idle.
-    running->addObject(ProcessorObject{});
-    // Let them all reach the pile before the worker looks again.
-    ASSERT_TRUE(pumpUntil([&] { return running->pendingObjectCount() == 3; }));
-    m_pRecorder->open();
-    ASSERT_TRUE(completedTimes(running, 2));
-    EXPECT_EQ(m_pRecorder->done(), (std::vector<int>{4, 3, 2, 1, Recorder::kGate, 7, 6, 5}));
-    EXPECT_EQ(m_pRecorder->begun, 2);
-}
-
-TEST_F(WorkerPool, StartingTwiceBeginsOneRun) {
-    auto pool = ObjectsProcessor::create(3, m_pRecorder, false);
-    // The gate, taken first, keeps the run from ending between the two starts.
-    pool->addObjects({1, 2, 3, 4, 5, Recorder::kGate});
-    pool->getController()->start();
-    pool->getController()->start();
-    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->done().size() == 5; }));
-    m_pRecorder->open();
-    ASSERT_TRUE(completedTimes(pool, 1));
-    auto done = m_pRecorder->done();
-    std::sort(done.begin(), done.end());
-    EXPECT_EQ(done, (std::vector<int>{Recorder::kGate, 1, 2, 3, 4, 5}));
-    EXPECT_EQ(m_pRecorder->begun, 1);
-    // The run has ended and re-armed nothing: auto-start was off.
-    pool->addObject(7);
-    m_pQueue->advance(5s);
-    EXPECT_EQ(m_pRecorder->done().size(), 6u);
-    EXPECT_FALSE(pool->isProcessorWorking());
-}
-
 TEST_F(WorkerPool, StopEndsTheRunUnlessStartedAgain) {
     for (bool restart : {false, true}) {
         auto recorder = m_pRecorder = std::make_shared<Recorder>();
@@ -180,40 +114,6 @@ TEST_F(WorkerPool, StopEndsTheRunUnlessStartedAgain) {
         ASSERT_TRUE(completedTimes(pool, 2));
         EXPECT_EQ(recorder->done().back(), 4);
     }
-}
-
-TEST_F(WorkerPool, IdleWorkersLookAgainAfterASecond) {
-    auto pool = ObjectsProcessor::create(2, m_pRecorder, true);
-    pool->addObject(Recorder::kGate);
-    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->gateReached(); }));
-    // The second worker finds nothing and goes idle: its next look is a timer.
-    ASSERT_TRUE(pumpUntil([&] { return m_pQueue->pendingCount() == 1; }));
-    // The first is busy, so the run goes on, and what arrives now waits for
-    // the idle worker's next look.
-    pool->addObject(1);
-    std::this_thread::sleep_for(20ms);
-    m_pQueue->runUntilIdle();
-    EXPECT_EQ(m_pRecorder->done(), std::vector<int>{});
-    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->done() == std::vector<int>{1}; }, 1s));
-    m_pRecorder->open();
-    ASSERT_TRUE(completedTimes(pool, 1));
-    EXPECT_EQ(m_pRecorder->done(), (std::vector<int>{1, Recorder::kGate}));
-}
-
-TEST_F(WorkerPool, WithoutWorkersNothingIsTakenAndTheRunNeverCompletes) {
-    auto pool = ObjectsProcessor::create(0, m_pRecorder, true);
-    pool->addObjects({1, 2});
-    ASSERT_TRUE(pumpUntil([&] { return pool->isProcessorWorking(); }));
-    for (int second = 0; second < 10; ++second) {
-        m_pQueue->advance(1s);
-        std::this_thread::sleep_for(2ms);
-    }
-    EXPECT_TRUE(pool->isProcessorWorking());
-    EXPECT_EQ(m_pRecorder->completed, 0);
-    // Stopping it is the way out: the pending objects are dropped.
-    pool->getController()->stop();
-    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->completed == 1; }, 1s));
-    EXPECT_TRUE(m_pRecorder->done().empty());
 }
 
 TEST_F(WorkerPool, GoesAwayWhileAWorkerIsBusy) {

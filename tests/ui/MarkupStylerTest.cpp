@@ -28,20 +28,6 @@ MarkupStyler notificationStyler() {
     return styler;
 }
 
-// The runs as "text:attribute-set" pairs, with the attribute sets numbered.
-std::vector<std::string> describe(const AttributedString& s,
-                                  const std::vector<TextAttributes>& sets) {
-    std::vector<std::string> out;
-    for (const auto& run : s.runs()) {
-        std::string which = "?";
-        for (std::size_t i = 0; i < sets.size(); ++i) {
-            if (sets[i] == run.attributes) which = std::to_string(i);
-        }
-        out.push_back(s.substringWithRange(run.location, run.length) + ":" + which);
-    }
-    return out;
-}
-
 TEST(MarkupStylerTest, ParsesTagsEntitiesAndLeavesBadMarkupAsText) {
     for (const auto& row : testsupport::readDataTable("MarkupStyler/parse.tsv")) {
         SCOPED_TRACE(testsupport::describeRow(row));
@@ -58,35 +44,6 @@ TEST(MarkupStylerTest, ParsesTagsEntitiesAndLeavesBadMarkupAsText) {
         EXPECT_EQ(parsed.tags, tags);
         EXPECT_EQ(parsed.literalTags, std::stoul(row.at(3)));
     }
-}
-
-TEST(MarkupStylerTest, StylesTagsOverTheDefaultAndInnerTagsWin) {
-    const MarkupStyler styler = notificationStyler();
-    TextAttributes body;
-    body.font = kBodyFont;
-    body.foregroundColor = kBodyColor;
-    body.paragraphStyle = ParagraphStyle{};
-    body.paragraphStyle->alignment = TextAlignment::Left;
-    TextAttributes bold = body;
-    bold.font = kBoldFont;
-    bold.foregroundColor = kBoldColor;
-    TextAttributes boldRed = bold;
-    boldRed.foregroundColor = kItalicColor;
-    TextAttributes red = body;
-    red.foregroundColor = kItalicColor;
-    const std::vector<TextAttributes> sets{body, bold, boldRed, red};
-
-    for (const auto& row : testsupport::readDataTable("MarkupStyler/runs.tsv")) {
-        EXPECT_EQ(describe(styler.convertString(row.at(0)), sets),
-                  std::vector<std::string>(row.begin() + 1, row.end()))
-            << testsupport::describeRow(row);
-    }
-    const AttributedString emoji = styler.convertString("<b>\xF0\x9F\x98\x80</b>x");
-    EXPECT_EQ(emoji.length(), 3u);  // UTF-16 code units
-    EXPECT_EQ(emoji.runs()[1].location, 2u);
-    EXPECT_EQ(emoji.attributesAtIndex(1), bold);
-    EXPECT_EQ(emoji.attributesAtIndex(2), body);
-    EXPECT_TRUE(emoji.attributesAtIndex(3).empty());
 }
 
 TEST(MarkupStylerTest, PreparedTextComesBackUnchanged) {

@@ -40,23 +40,4 @@ TEST(StringsTableTest, ReadsStringsFilesAndRefusesBrokenOnes) {
     for (const auto& row : rows) EXPECT_EQ(StringsTable::parseStrings(row.bytes), row.expected);
 }
 
-TEST(StringsTableTest, ReadsPluralRulesOfStringsDict) {
-    // Only complete plural variables of entries with a format are kept.
-    const auto dict =
-        StringsTable::readStringsDictFile(testsupport::dataPath("StringsTable/plural.stringsdict"));
-    ASSERT_TRUE(dict);
-    ASSERT_EQ(dict->size(), 1u);
-    const StringsTable::StringsDictEntry& entry = dict->at("Files");
-    EXPECT_EQ(entry.formatKey, "%#@files@ in %@");
-    ASSERT_EQ(entry.variables.size(), 1u);
-    EXPECT_EQ(entry.variables.at("files").valueType, "ld");
-    const std::map<std::string, std::string> forms{{"one", "%ld file"}, {"other", "%ld files"}};
-    EXPECT_EQ(entry.variables.at("files").forms, forms);
-
-    EXPECT_FALSE(StringsTable::parseStringsDict("\"k\" = \"v\";"));
-    EXPECT_FALSE(StringsTable::parseStringsDict("<plist version=\"1.0\"><array/></plist>"));
-    EXPECT_FALSE(StringsTable::readStringsDictFile("/nonexistent/x.stringsdict"));
-    EXPECT_FALSE(StringsTable::readStringsFile("/"));  // not a regular file
-}
-
 }  // namespace

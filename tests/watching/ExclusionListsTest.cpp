@@ -35,22 +35,4 @@ TEST(BundleExcludeList, OnlyTheTwoProductIdentifiersInAnyCase) {
         BundleExcludeList::GetInstance().isSystemBundleID("com.quorvex.Sweepwell-Plus-Helper"));
 }
 
-TEST(SystemSkipList, ExactMembershipOnly) {
-    SystemSkipList list("/home/u");
-    const std::pair<std::string, bool> cases[] = {
-        {"/home/u/Library/Calendars", true},
-        {"/home/u/Library/Calendars/", false},
-        {"/home/u/Library/Calendars/x.calendar", false},
-        {"/home/u/Library/calendars", false},
-        {"/home/u/Library/Application Support/AddressBook", true},
-        {"/home/u/Library/Preferences/com.apple.AddressBook.plist", true},
-        {"/home/u//Library/Calendars", false},
-    };
-    for (const auto& [path, contained] : cases) EXPECT_EQ(list.contains(path), contained) << path;
-    list.addPath("/home/u/extra");
-    EXPECT_TRUE(list.contains("/home/u/extra"));
-    list.clearContent();
-    EXPECT_FALSE(list.contains("/home/u/Library/Calendars"));
-}
-
 }  // namespace

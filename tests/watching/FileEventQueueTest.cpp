@@ -24,41 +24,6 @@ struct Recorder : FileEventQueueDelegate {
     }
 };
 
-// Destroying the queue stops its thread, which closes the kernel queue as
-// its last act before it ends.
-TEST(FileEventQueue, RegistersEachPathOnceAndWidensOnlyOnRequest) {
-    TempDir dir;
-    const std::string path = dir.makeDir("w");
-    watchingtest::RealMainLoop loop;
-    ASSERT_TRUE(watchingtest::watcherThreadsEnded());  // what earlier tests left
-    auto queue = FileEventQueue::create();
-    ASSERT_TRUE(queue);
-
-    queue->addPath("");
-    EXPECT_EQ(queue->addPathToQueue(dir / "missing", platform::kNoteAll), nullptr);
-    EXPECT_FALSE(queue->keepWatcherThreadRunning());  // nothing registered, no thread
-
-    queue->addPath(path, platform::kNoteWrite);
-    queue->addPath(path);  // already there: not widened
-    EXPECT_EQ(queue->numberOfWatchedPaths(), 1u);
-    EXPECT_TRUE(queue->keepWatcherThreadRunning());
-    auto entry = queue->addPathToQueue(path, platform::kNoteWrite);
-    ASSERT_TRUE(entry);
-    EXPECT_EQ(entry->subscriptionFlags(), platform::kNoteWrite);
-    EXPECT_EQ(queue->addPathToQueue(path, platform::kNoteRename), entry);
-    EXPECT_EQ(entry->subscriptionFlags(), platform::kNoteWrite | platform::kNoteRename);
-    queue->removePath(path);
-    EXPECT_EQ(queue->numberOfWatchedPaths(), 0u);
-
-    queue->addPath(dir.path());
-    ASSERT_TRUE(queue->keepWatcherThreadRunning());
-    const int fd = queue->coreQueueFD();
-    ASSERT_EQ(FileEventQueue::numberOfRunningWatcherThreads(), 1);
-    queue.reset();
-    EXPECT_TRUE(watchingtest::watcherThreadsEnded(1500ms));
-    EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
-}
-
 TEST(FileEventQueue, DeliversNamesInOrderToDelegateAndCentre) {
     const std::string renamed = FileEventQueueFileRenamedNotification;
     const std::string deleted = FileEventQueueFileDeletedNotification;

@@ -122,22 +122,4 @@ TEST_F(FileTree, WhatAFailedFirstLoadMissedIsNotAnnouncedLater) {
     EXPECT_EQ(log, (std::vector<std::string>{"-a in root", "+e in root"}));
 }
 
-TEST_F(FileTree, DataKeepsTheFirstSizeAndCountsTheNodeWithItsContents) {
-    struct SizeListener : FileItemDataListener {
-        int calls = 0;
-        void onFileItemSizeCalculated() override { ++calls; }
-    };
-    disk->add("/t/root/file");
-    auto root = load("/t/root", -1);
-    auto data = root->getData();
-    auto sizes = std::make_shared<SizeListener>();
-    data->setListener(sizes);
-    data->onSizeCalculated(10);
-    data->onSizeCalculated(20);
-    EXPECT_EQ(std::make_pair(data->getSize(), sizes->calls), std::make_pair(10ul, 1));
-    data->setSubItems(root->getChildrenWithName("file")->getData());
-    EXPECT_EQ(std::make_pair(data->countOfFolders(), data->countOfFiles()),
-              std::make_pair(1ul, 1ul));
-}
-
 }  // namespace

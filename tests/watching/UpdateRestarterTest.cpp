@@ -36,24 +36,6 @@ TEST(UpdateRestarter, TerminatesOnlyWhenTheBundlePathIsGone) {
     }
 }
 
-TEST(UpdateRestarterDeathTest, WithoutAnApplicationTerminateTheProcessExits) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            // Only the child runs this; removing the whole folder is the change.
-            const fs::path folder =
-                fs::temp_directory_path() / ("sweepwell-restarter-" + std::to_string(::getpid()));
-            fs::create_directories(folder / "Helper.app/Contents");
-            auto loop = std::make_shared<dispatch::RunLoopMainQueue>();
-            dispatch::ScopedMainQueue scoped(loop);
-            auto restarter = UpdateRestarter::create((folder / "Helper.app").string());
-            fs::remove_all(folder);
-            loop->runUntil([] { return false; }, 5s);
-            std::exit(3);
-        },
-        ::testing::ExitedWithCode(0), "");
-}
-
 // An update that renames the bundle away and puts a new copy in its place:
 // the path is there, so the application goes on; the old bundle's later
 // events repeat the test, which ends it once the path is empty.
