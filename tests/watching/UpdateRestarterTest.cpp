@@ -15,27 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST(UpdateRestarter, TerminatesOnlyWhenTheBundlePathIsGone) {
-    TempDir dir;
-    dispatch::ScopedMainQueue scoped(std::make_shared<dispatch::ManualMainQueue>());
-    dir.makeDir("Present.app");
-    dir.makeSymlink("Dangling.app", dir / "nowhere");
-    const std::pair<std::optional<std::string>, bool> cases[] = {
-        {dir / "Present.app", false},
-        {dir / "Dangling.app", false},  // a link counts as there
-        {dir / "Missing.app", true},
-        {std::nullopt, true},
-    };
-    for (const auto& [path, terminates] : cases) {
-        int terminations = 0;
-        auto restarter = UpdateRestarter::create(path, [&] { ++terminations; });
-        auto sender = FileEventQueue::create();
-        restarter->receivedNotification(*sender, FileEventQueueFileWrittenToNotification,
-                                        path.value_or(""));
-        EXPECT_EQ(terminations, terminates ? 1 : 0) << path.value_or("nil");
-    }
-}
-
 // An update that renames the bundle away and puts a new copy in its place:
 // the path is there, so the application goes on; the old bundle's later
 // events repeat the test, which ends it once the path is empty.

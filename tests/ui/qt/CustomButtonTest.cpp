@@ -50,37 +50,4 @@ TEST(CustomButtonTest, ClicksAreIgnoredWhenClickingIsOffAndDisabledButtonsFade) 
     EXPECT_NEAR(backgroundAlpha(), button.buttonStyle().alphaValueForDisabledState, 0.02);
 }
 
-TEST(AttributedStringAdapterTest, ParagraphsRunsAndAlignmentsCarryOver) {
-    TextAttributes first;
-    first.paragraphStyle = ParagraphStyle{};
-    first.paragraphStyle->alignment = TextAlignment::Center;
-    TextAttributes blue = first;
-    blue.foregroundColor = Color(0, 0, 1);
-    TextAttributes second;
-    second.paragraphStyle = ParagraphStyle{};
-    second.paragraphStyle->alignment = TextAlignment::Right;
-    second.paragraphStyle->headIndent = 4;
-    AttributedString string("Über ", first);
-    string.append("𝄞blue", blue);
-    string.append("\nnext", second);
-
-    QTextDocument document;
-    AttributedStringAdapter::fillDocument(document, string);
-    ASSERT_EQ(document.blockCount(), 2);
-    const QTextBlock one = document.begin();
-    const QTextBlock two = one.next();
-    EXPECT_EQ(one.text(), QString::fromUtf8("Über 𝄞blue"));
-    EXPECT_EQ(two.text(), "next");
-    EXPECT_EQ(one.blockFormat().alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
-    EXPECT_EQ(two.blockFormat().alignment(), Qt::AlignRight | Qt::AlignAbsolute);
-    EXPECT_EQ(two.blockFormat().leftMargin(), 4);
-    // The blue run starts after "Über " (5 UTF-16 units) and spans the clef's two.
-    const auto ranges = AttributedStringAdapter::formatRanges(string);
-    ASSERT_EQ(ranges.size(), 3);
-    EXPECT_EQ(ranges[1].start, 5);
-    EXPECT_EQ(ranges[1].length, 6);
-    EXPECT_EQ(ranges[1].format.foreground().color(), QColor(0, 0, 255));
-    EXPECT_FALSE(ranges[0].format.hasProperty(QTextFormat::ForegroundBrush));
-}
-
 }  // namespace
