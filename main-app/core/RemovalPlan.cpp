@@ -54,8 +54,7 @@ std::optional<std::string> relativeToHome(const std::string& path, const std::st
 
 bool holdsOtherApplicationsFiles(const std::string& relative) {
     const auto parts = componentsOf(relative);
-    // The home, its direct children and the Library folders themselves.
-    if (relative.empty() || parts.size() == 1) return true;
+    // The Library folders themselves and every folder above the deep ones.
     if (parts.size() == 2 && parts[0] == "Library") return true;
     return std::any_of(
         kDeepLibraryFolders.begin(), kDeepLibraryFolders.end(), [&](std::string_view folder) {
@@ -75,6 +74,9 @@ std::optional<std::string> realPath(const std::string& path) {
 std::optional<std::string> refusalOfPlace(const std::string& path, const std::string& home) {
     const auto relative = relativeToHome(path, home);
     if (!relative) return "it is outside your home folder";
+    if (relative->empty() || relative->find('/') == std::string::npos) {
+        return "it is your home folder or a folder directly in it";
+    }
     if (holdsOtherApplicationsFiles(*relative)) {
         return "it is a folder that holds other applications' files";
     }

@@ -47,6 +47,8 @@ const std::map<std::string, std::string>& german() {
         {"it is a folder that holds other applications' files",
          "es ist ein Ordner mit Dateien anderer Programme"},
         {"it is not a full path", "es ist kein vollständiger Pfad"},
+        {"it is your home folder or a folder directly in it",
+         "es ist Ihr Benutzerordner oder ein Ordner direkt darin"},
         {"it is not a plain path", "es ist kein einfacher Pfad"},
         {"it belongs to another user", "es gehört einem anderen Benutzer"},
         {"there is no home folder", "es gibt keinen Benutzerordner"},
