@@ -52,13 +52,20 @@ bool BundleTrust::isSafeEntry(const struct stat& info) const {
     return owned && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
+bool BundleTrust::isSharedStickyFolder(const struct stat& info) {
+    return S_ISDIR(info.st_mode) && info.st_uid == 0 && (info.st_mode & S_ISVTX) != 0;
+}
+
 bool BundleTrust::isTrustedPath(const std::string& path) const {
     const auto resolved = m_fileSystem.resolve(path);
     if (!resolved || resolved->empty() || resolved->front() != '/') return false;
     std::string current = *resolved;
     for (bool first = true;; first = false) {
         const auto info = m_fileSystem.lstat(current);
-        if (!info || !isSafeEntry(*info)) return false;
+        if (!info) return false;
+        // The sticky bit keeps others from swapping the entry below, which
+        // has passed the rule already; the path itself never gets this leave.
+        if (!isSafeEntry(*info) && (first || !isSharedStickyFolder(*info))) return false;
         const bool acceptedType = S_ISDIR(info->st_mode) || (first && S_ISREG(info->st_mode));
         if (!acceptedType) return false;
         if (current == "/" || current == m_sTrustedRoot) return true;

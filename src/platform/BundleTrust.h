@@ -12,9 +12,11 @@ namespace platform {
 // Whether a program may be started as this user. A program that another
 // local user could have written or could swap for another is never run: the
 // program file and every folder above it must belong to the user or to root
-// and be writable by nobody else. A world-writable folder such as /tmp fails
-// too, sticky or not (the rule ssh applies to ~/.ssh); a bundle's executable
-// must also lie inside the bundle once links are resolved.
+// and be writable by nobody else. The one exception is a folder like /tmp:
+// root's, open to all but sticky, so that no one but the owner of an entry
+// may rename or remove it; what lies below it must still pass the rule. A
+// bundle's executable must also lie inside the bundle once links are
+// resolved.
 //
 // Every start of a program goes through one of these checks.
 class BundleTrust {
@@ -36,8 +38,8 @@ public:
     BundleTrust(uid_t uid, std::string trustedRoot, FileSystem fileSystem = FileSystem::real());
 
     // The path, resolved, is the user's or root's, as is every folder above
-    // it, and none of them can be written by the group or others. A file must
-    // be a regular one.
+    // it, and none of them can be written by the group or others (but for a
+    // sticky folder of root's above it). A file must be a regular one.
     bool isTrustedPath(const std::string& path) const;
 
     // The executable of an application bundle when both may be started: the
@@ -51,6 +53,7 @@ public:
 
 private:
     bool isSafeEntry(const struct stat& info) const;
+    static bool isSharedStickyFolder(const struct stat& info);
 
     uid_t m_nUid;
     std::string m_sTrustedRoot;
