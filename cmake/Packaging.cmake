@@ -9,18 +9,24 @@ configure_file(packaging/com.quorvex.Sweepwell-Plus-Helper.desktop.in
                "${staging}/com.quorvex.Sweepwell-Plus-Helper.desktop" COPYONLY)
 configure_file(packaging/copyright.in "${staging}/copyright" COPYONLY)
 configure_file(packaging/changelog.in "${staging}/changelog" @ONLY)
-add_custom_command(OUTPUT "${staging}/changelog.Debian.gz"
-  COMMAND gzip -9 -n -c "${staging}/changelog" > "${staging}/changelog.Debian.gz"
-  DEPENDS "${staging}/changelog")
-add_custom_target(package_files ALL DEPENDS "${staging}/changelog.Debian.gz")
+configure_file(packaging/sweepwell-helper.1.in "${staging}/sweepwell-helper.1" @ONLY)
+# A package without a Debian revision is native: its changelog is changelog.gz.
+foreach(page changelog sweepwell-helper.1)
+  add_custom_command(OUTPUT "${staging}/${page}.gz"
+    COMMAND gzip -9 -n -c "${staging}/${page}" > "${staging}/${page}.gz"
+    DEPENDS "${staging}/${page}")
+endforeach()
+add_custom_target(package_files ALL
+  DEPENDS "${staging}/changelog.gz" "${staging}/sweepwell-helper.1.gz")
 
 install(PROGRAMS "${staging}/sweepwell-helper" DESTINATION bin)
 install(FILES "${staging}/com.quorvex.Sweepwell-Plus-Helper.desktop"
         DESTINATION /etc/xdg/autostart)
 install(FILES resources/icon_notification.svg DESTINATION share/icons/hicolor/scalable/apps
         RENAME sweepwell-helper.svg)
-install(FILES "${staging}/copyright" "${staging}/changelog.Debian.gz"
+install(FILES "${staging}/copyright" "${staging}/changelog.gz"
         DESTINATION share/doc/sweepwell-helper)
+install(FILES "${staging}/sweepwell-helper.1.gz" DESTINATION share/man/man1)
 
 # The bundles are copied as folders, so their programs are stripped here.
 install(CODE "
@@ -49,7 +55,8 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 list(JOIN SWEEPWELL_RUNTIME_FONT_PACKAGES ", " fonts)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "${fonts}")
-# The autostart entry is the administrator's to edit.
+# The autostart entry is the administrator's to edit: an upgrade keeps their changes.
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA "${CMAKE_SOURCE_DIR}/packaging/conffiles")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
 include(CPack)

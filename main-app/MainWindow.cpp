@@ -63,10 +63,10 @@ MainWindow::MainWindow(std::string home)
 
     m_pTree->setColumnCount(3);
     m_pTree->setHeaderLabels({text("Item"), text("Size"), text("Status")});
-    m_pTree->header()->setSectionResizeMode(kItem, QHeaderView::Stretch);
+    // Paths are never cut short: the status takes what room is left.
+    m_pTree->header()->setSectionResizeMode(kItem, QHeaderView::ResizeToContents);
     m_pTree->header()->setSectionResizeMode(kSize, QHeaderView::ResizeToContents);
-    m_pTree->header()->setSectionResizeMode(kStatus, QHeaderView::ResizeToContents);
-    m_pTree->header()->setStretchLastSection(false);
+    m_pTree->header()->setStretchLastSection(true);
     m_pTree->setAccessibleName("leftovers");
     connect(m_pTree, &QTreeWidget::itemChanged, this, &MainWindow::itemChanged);
 
@@ -86,6 +86,7 @@ MainWindow::MainWindow(std::string home)
     layout->addWidget(m_pTree);
     layout->addLayout(buttons);
     resize(900, 540);
+    rebuild();
 }
 
 MainWindow::~MainWindow() {
@@ -165,6 +166,13 @@ void MainWindow::rebuild() {
     QFont bold = m_pTree->font();
     bold.setBold(true);
     const auto& apps = m_plan.applications();
+    if (apps.empty() && m_arrListRefusals.empty()) {
+        auto* item = new QTreeWidgetItem(
+            m_pTree, {text("Nothing to review. When you move an application to the Trash, "
+                           "Sweepwell Helper offers to bring what it left behind here.")});
+        item->setForeground(kItem, palette().color(QPalette::PlaceholderText));
+        item->setFirstColumnSpanned(true);
+    }
     for (std::size_t a = 0; a < apps.size(); ++a) {
         const auto& app = apps[a];
         auto* appItem = new QTreeWidgetItem(m_pTree, {QString::fromStdString(app.name)});
@@ -228,6 +236,7 @@ void MainWindow::updateTotal() {
     } else {
         m_pTotal->setText(text("Selected: %1").arg(bytes(m_plan.checkedBytes())));
     }
+    m_pTotal->setVisible(!m_plan.applications().empty());
     m_pMove->setEnabled(!m_bMoved && !m_plan.pathsToMove().empty());
 }
 

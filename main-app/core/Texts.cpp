@@ -32,6 +32,10 @@ const std::map<std::string, std::string>& german() {
         {"Failed: %1", "Fehlgeschlagen: %1"},
         {"Not moved", "Nicht verschoben"},
         {"A removal list was refused: %1", "Eine Entfernungsliste wurde abgelehnt: %1"},
+        {"Nothing to review. When you move an application to the Trash, Sweepwell Helper "
+         "offers to bring what it left behind here.",
+         "Nichts zu prüfen. Wenn Sie ein Programm in den Papierkorb legen, bietet Sweepwell "
+         "Helper an, hier zu zeigen, was es zurückgelassen hat."},
         {"Application", "Programm"},
         {"Application Support", "Programmdaten"},
         {"Launch Agents", "Startobjekte"},

@@ -86,6 +86,20 @@ TEST(RemovalPlan, ListsMergeByApplicationAndLeftoversStayWithTheirKind) {
     EXPECT_FALSE(notes.leftovers[1].checked);
     EXPECT_EQ(plan.applications()[1].name, "com.ex.paint");
 
+    // A second "Notes" stored under another name in a desktop Trash is named by its trash info.
+    testsupport::TempDir trash;
+    trash.makeDir("files/Notes.app (1)");
+    trash.writeFile(
+        "info/Notes.app (1).trashinfo",
+        "[Trash Info]\nPath=/home/u/Downloads/Notes.app\nDeletionDate=2026-11-25T10:00:00\n");
+    trash.makeDir("files/Paint.2.app");
+    RemovalPlan desktop(home);
+    ASSERT_TRUE(desktop.add({entry(trash / "files/Notes.app (1)", 0, "com.ex.notes"),
+                             entry(trash / "files/Paint.2.app", 0, "com.ex.paint")},
+                            &why));
+    EXPECT_EQ(desktop.applications()[0].name, "Notes");
+    EXPECT_EQ(desktop.applications()[1].name, "Paint.2") << "no trash info: the stored name";
+
     plan.applications()[0].leftovers[0].size = 1000;
     plan.applications()[0].leftovers[2].size = 20;
     plan.applications()[0].leftovers[2].checked = false;
