@@ -90,16 +90,22 @@ void DesktopNotification::notify() {
     // would only make the service show it again.
     if (markup.empty() || (m_nId != 0 && markup == m_sShownMarkup)) return;
     QDBusConnection bus = QDBusConnection::sessionBus();
-    const QDBusReply<QStringList> capabilities =
-        bus.call(call("GetCapabilities"), QDBus::Block, kCallTimeoutMs);
-    if (!capabilities.isValid()) {
-        qCWarning(lcDesktopNotification).noquote()
-            << "no desktop notification service answers, so nothing is shown:"
-            << capabilities.error().message();
-        return;
+    // The service is asked what it can show once per notification, not at
+    // every growth of the size: each call waits for its answer.
+    if (m_nId == 0 || !m_pCapabilities) {
+        const QDBusReply<QStringList> capabilities =
+            bus.call(call("GetCapabilities"), QDBus::Block, kCallTimeoutMs);
+        if (!capabilities.isValid()) {
+            qCWarning(lcDesktopNotification).noquote()
+                << "no desktop notification service answers, so nothing is shown:"
+                << capabilities.error().message();
+            return;
+        }
+        m_pCapabilities = capabilities.value();
     }
+    const QStringList& capabilities = *m_pCapabilities;
     QStringList actions;
-    if (capabilities.value().contains(QStringLiteral("actions"))) {
+    if (capabilities.contains(QStringLiteral("actions"))) {
         actions << kDefaultAction
                 << QString::fromStdString(
                        RichNotificationWCLocalizable::completeUninstallButtonTitle(*m_pTexts))
@@ -114,8 +120,8 @@ void DesktopNotification::notify() {
     notify << QStringLiteral("Sweepwell Helper") << m_nId << QString::fromStdString(m_sIconPath)
            << QString::fromStdString(
                   RichNotificationWCLocalizable::titleWithAppName(m_sMainAppName, *m_pTexts))
-           << body(markup, capabilities.value().contains(QStringLiteral("body-markup"))) << actions
-           << hints << 0;  // stays until the user answers it
+           << body(markup, capabilities.contains(QStringLiteral("body-markup"))) << actions << hints
+           << 0;  // stays until the user answers it
     const QDBusReply<uint> id = bus.call(notify, QDBus::Block, kCallTimeoutMs);
     if (!id.isValid()) {
         qCWarning(lcDesktopNotification).noquote()

@@ -2,8 +2,10 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "remains/SimpleRemainsInfo.h"
@@ -63,4 +65,6 @@ private:
     // The shown notification's id; 0 while none is shown.
     std::uint32_t m_nId = 0;
     std::string m_sShownMarkup;
+    // What the service said it can show, asked when the notification first showed.
+    std::optional<QStringList> m_pCapabilities;
 };
