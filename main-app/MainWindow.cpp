@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <QFile>
 #include <QHBoxLayout>
@@ -9,9 +10,11 @@
 #include <cstdio>
 
 #include "core/Texts.h"
+#include "environment/PathsGenerator.h"
 #include "messages/FileMessage.h"
 #include "messages/WatcherMessage.h"
 #include "platform/ByteCountFormatter.h"
+#include "platform/MountTable.h"
 #include "remains/SimpleSizeCalculation.h"
 
 using mainapp::Outcome;
@@ -47,7 +50,8 @@ std::uint64_t sizeOfEntry(const std::string& path, const std::atomic<bool>* aban
 }  // namespace
 
 MainWindow::MainWindow(std::string home)
-    : m_plan(std::move(home)),
+    : m_plan(std::move(home), TrashFolders::all(PathsGenerator::GetInstance(),
+                                                platform::MountTable::current(), ::getuid())),
       m_pTree(new QTreeWidget(this)),
       m_pTotal(new QLabel(this)),
       m_pMove(new QPushButton(text("Move to Trash"), this)),

@@ -10,31 +10,12 @@
 #include <string_view>
 
 #include "platform/PathUtils.h"
-#include "platform/TrashInfo.h"
 
 namespace mainapp {
 
 namespace {
 
 constexpr std::int32_t kTypeBundle = 0;
-
-// The name the user knows a trashed application by. A desktop Trash that
-// already held a "Notes.app" stores the next one as "Notes.2.app" or
-// "Notes.app (1)"; only the item's trash info keeps "Notes.app".
-std::string applicationName(const std::string& bundlePath) {
-    using platform::PathUtils::lastPathComponent;
-    using platform::PathUtils::stringByDeletingLastPathComponent;
-    std::string name = lastPathComponent(bundlePath);
-    const std::string folder = stringByDeletingLastPathComponent(bundlePath);
-    if (lastPathComponent(folder) == "files") {
-        const auto info =
-            platform::TrashInfo::readForItem(stringByDeletingLastPathComponent(folder), name);
-        if (info) name = info->originalName().value_or(name);
-    }
-    if (name.size() > 4 && name.compare(name.size() - 4, 4, ".app") == 0)
-        name.resize(name.size() - 4);
-    return name;
-}
 
 // Folders of the home whose leftovers are listed, relative to it. They and
 // every folder above them hold other applications' files too: never moved.
@@ -161,7 +142,8 @@ std::string kindOf(const PathForRemove& entry, const std::string& home) {
     }
 }
 
-RemovalPlan::RemovalPlan(std::string home) : m_sHome(std::move(home)) {}
+RemovalPlan::RemovalPlan(std::string home, std::vector<TrashFolder> trashFolders)
+    : m_sHome(std::move(home)), m_arrTrashFolders(std::move(trashFolders)) {}
 
 Application& RemovalPlan::applicationFor(const std::string& bundleId) {
     auto found = std::find_if(m_arrApplications.begin(), m_arrApplications.end(),
@@ -187,7 +169,12 @@ bool RemovalPlan::add(const std::vector<std::shared_ptr<PathForRemove>>& entries
         Application& app = applicationFor(entry->bundleId());
         if (entry->type() == kTypeBundle) {
             app.bundlePath = entry->path();
-            app.name = applicationName(entry->path());
+            // Named as the user knew it, not as a desktop Trash stored it.
+            const std::string name =
+                TrashFolders::nameBeforeTrashing(m_arrTrashFolders, entry->path());
+            app.name = platform::PathUtils::pathExtension(name) == "app"
+                           ? platform::PathUtils::stringByDeletingPathExtension(name)
+                           : name;
             continue;
         }
         const bool known = std::any_of(app.leftovers.begin(), app.leftovers.end(),

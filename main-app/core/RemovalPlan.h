@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "environment/TrashFolders.h"
 #include "messages/PathForRemove.h"
 
 // What the Main application is asked to remove, as the user reviews it: the
@@ -55,7 +56,8 @@ public:
     // the whole list is refused.
     static constexpr std::size_t kMaxEntries = 10000;
 
-    explicit RemovalPlan(std::string home);
+    // `trashFolders`: where the trashed applications of the lists may lie.
+    explicit RemovalPlan(std::string home, std::vector<TrashFolder> trashFolders = {});
 
     // Adds one list's entries: an application seen before gets the new
     // leftovers it did not have. False, with `why` set and nothing added,
@@ -75,6 +77,7 @@ private:
     Application& applicationFor(const std::string& bundleId);
 
     std::string m_sHome;
+    std::vector<TrashFolder> m_arrTrashFolders;
     std::vector<Application> m_arrApplications;
 };
 

@@ -7,6 +7,8 @@
 
 #include "environment/PathsGenerator.h"
 #include "environment/StringUtils.h"
+#include "platform/PathUtils.h"
+#include "platform/TrashInfo.h"
 
 namespace TrashFolders {
 
@@ -64,6 +66,17 @@ const TrashFolder* folderHolding(const std::vector<TrashFolder>& folders, const 
         if (StringUtils::isInFolder(path, folder.path)) return &folder;
     }
     return nullptr;
+}
+
+std::string nameBeforeTrashing(const std::vector<TrashFolder>& folders, const std::string& path) {
+    const std::string stored = platform::PathUtils::lastPathComponent(path);
+    const TrashFolder* folder = folderHolding(folders, path);
+    if (!folder || !folder->hasTrashInfo() ||
+        platform::PathUtils::stringByDeletingLastPathComponent(path) != folder->path) {
+        return stored;
+    }
+    const auto info = platform::TrashInfo::readForItem(folder->trashDirectory, stored);
+    return info ? info->originalName().value_or(stored) : stored;
 }
 
 bool isInAnyTrash(const PathsGenerator& paths, const std::string& path) {

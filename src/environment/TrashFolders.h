@@ -44,6 +44,12 @@ std::vector<TrashFolder> all(const PathsGenerator& paths,
 // The folder of `folders` that holds the path (strictly inside), or null.
 const TrashFolder* folderHolding(const std::vector<TrashFolder>& folders, const std::string& path);
 
+// The name an item directly in one of `folders` had before it was trashed: a
+// desktop Trash that already held "Notes.app" stores the next one as
+// "Notes.2.app" or "Notes.app (1)", and only the item's trash info keeps
+// "Notes.app". The stored name when there is no such info.
+std::string nameBeforeTrashing(const std::vector<TrashFolder>& folders, const std::string& path);
+
 // Whether the path lies inside a Trash: one of the home's, or any disk's
 // "<top>/.Trash-<uid>/files" or "<top>/.Trash/<uid>/files", whoever's it is.
 bool isInAnyTrash(const PathsGenerator& paths, const std::string& path);

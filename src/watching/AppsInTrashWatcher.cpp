@@ -11,7 +11,6 @@
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
 #include "platform/PathUtils.h"
-#include "platform/TrashInfo.h"
 #include "watching/BundleExcludeList.h"
 
 std::shared_ptr<AppsInTrashWatcher> AppsInTrashWatcher::create(
@@ -75,7 +74,7 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
         if (folder.hasTrashInfo()) {
             watcher->setNameOfItem([weak = weak_from_this()](const std::string& path) {
                 const auto self = weak.lock();
-                return self ? self->nameBeforeTrashing(path)
+                return self ? TrashFolders::nameBeforeTrashing(self->m_arrFolders, path)
                             : platform::PathUtils::lastPathComponent(path);
             });
         }
@@ -120,17 +119,6 @@ std::optional<std::string> AppsInTrashWatcher::pathInOwnTrash(const std::string&
     return path.substr(folder->path.size() + 1);
 }
 
-std::string AppsInTrashWatcher::nameBeforeTrashing(const std::string& path) const {
-    const std::string stored = platform::PathUtils::lastPathComponent(path);
-    const TrashFolder* folder = TrashFolders::folderHolding(m_arrFolders, path);
-    if (!folder || !folder->hasTrashInfo() ||
-        platform::PathUtils::stringByDeletingLastPathComponent(path) != folder->path) {
-        return stored;
-    }
-    const auto info = platform::TrashInfo::readForItem(folder->trashDirectory, stored);
-    return info ? info->originalName().value_or(stored) : stored;
-}
-
 void AppsInTrashWatcher::onAddedAppWithPath(const std::string& path) {
     if (handOnIfWhole(path)) return;
     // Named like an application but not loadable yet: it may still be on its way in.
@@ -145,7 +133,7 @@ void AppsInTrashWatcher::onAddedAppWithPath(const std::string& path) {
 }
 
 bool AppsInTrashWatcher::handOnIfWhole(const std::string& path) {
-    const std::string name = nameBeforeTrashing(path);
+    const std::string name = TrashFolders::nameBeforeTrashing(m_arrFolders, path);
     if (!ApplicationDirectoryUtils::isApplicationAtPath(path, name)) return true;  // never will be
     auto bundle = platform::Bundle::bundleWithPath(path);
     if (!bundle || !bundle->bundleIdentifier()) return false;

@@ -70,9 +70,6 @@ public:
 private:
     void watchFolders(const std::vector<TrashFolder>& folders,
                       const std::vector<std::string>& made = {});
-    // The name the item at the path had before it was trashed: from the trash
-    // info for an item right inside a desktop Trash, its own name otherwise.
-    std::string nameBeforeTrashing(const std::string& path) const;
     // Hands the bundle on when it is whole; false when it is not yet.
     bool handOnIfWhole(const std::string& path);
 
