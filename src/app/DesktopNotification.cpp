@@ -91,8 +91,9 @@ void DesktopNotification::notify() {
     if (markup.empty() || (m_nId != 0 && markup == m_sShownMarkup)) return;
     QDBusConnection bus = QDBusConnection::sessionBus();
     // The service is asked what it can show once per notification, not at
-    // every growth of the size: each call waits for its answer.
-    if (m_nId == 0 || !m_pCapabilities) {
+    // every growth of the size: each call waits for its answer. A shown
+    // notification always has its answer.
+    if (m_nId == 0) {
         const QDBusReply<QStringList> capabilities =
             bus.call(call("GetCapabilities"), QDBus::Block, kCallTimeoutMs);
         if (!capabilities.isValid()) {
