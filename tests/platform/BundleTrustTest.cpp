@@ -24,8 +24,7 @@ struct Entry {
 BundleTrust trustOver(std::map<std::string, Entry> entries, const std::string& root = "/") {
     BundleTrust::FileSystem fileSystem;
     fileSystem.resolve = [entries](const std::string& path) -> std::optional<std::string> {
-        if (!entries.count(path)) return std::nullopt;
-        return path;
+        return entries.count(path) ? std::optional(path) : std::nullopt;
     };
     fileSystem.lstat = [entries](const std::string& path) -> std::optional<struct stat> {
         auto it = entries.find(path);

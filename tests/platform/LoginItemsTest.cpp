@@ -14,41 +14,34 @@ using testsupport::TempDir;
 
 constexpr const char* kIdentifier = "com.example.Tool-Helper";
 
-TEST(LoginItems, EnablingWritesAnAutostartEntryAndDisablingRemovesIt) {
+// The user's own entry is written whole and removed again. A package's
+// system-wide entry is switched off for one user by a hiding entry of the
+// same name, and on again by removing it; a user's own entry that runs the
+// program is never taken away.
+TEST(LoginItems, OwnEntriesAreWrittenWholeAndSystemWideOnesOverriddenNotCopied) {
     TempDir dir;
     const std::string config = dir / "config";  // made on demand
-    const std::string entry = config + "/autostart/" + kIdentifier + ".desktop";
+    const std::vector<std::string> system{dir / "none", dir / "xdg"};
+    const std::string own = config + "/autostart/" + kIdentifier + ".desktop";
     EXPECT_FALSE(LoginItems::isEnabled(config, kIdentifier));
     ASSERT_TRUE(LoginItems::setEnabled(config, kIdentifier,
                                        "/opt/Tool Helper.app/Contents/MacOS/Tool Helper", true));
-    EXPECT_EQ(testsupport::readFile(entry),
+    EXPECT_EQ(testsupport::readFile(own),
               "[Desktop Entry]\nType=Application\nName=Tool Helper\n"
               "Exec=\"/opt/Tool Helper.app/Contents/MacOS/Tool Helper\"\n"
               "X-GNOME-Autostart-enabled=true\nNoDisplay=true\n");
     EXPECT_TRUE(LoginItems::isEnabled(config, kIdentifier));
     ASSERT_TRUE(LoginItems::setEnabled(config, kIdentifier, "/usr/libexec/tool", true));
-    EXPECT_NE(testsupport::readFile(entry).find("\nExec=\"/usr/libexec/tool\"\n"),
-              std::string::npos);
-
+    EXPECT_NE(testsupport::readFile(own).find("\nExec=\"/usr/libexec/tool\"\n"), std::string::npos);
     ASSERT_TRUE(LoginItems::setEnabled(config, kIdentifier, "", false));
-    EXPECT_FALSE(std::filesystem::exists(entry));
+    EXPECT_FALSE(std::filesystem::exists(own));
     EXPECT_FALSE(LoginItems::isEnabled(config, kIdentifier));
     EXPECT_TRUE(LoginItems::setEnabled(config, kIdentifier, "", false)) << "already off";
-}
 
-// A package's system-wide entry is switched off for one user by a hiding
-// entry of the same name, and on again by removing it; a user's own entry
-// that runs the program is never taken away.
-TEST(LoginItems, ASystemWideEntryIsOverriddenNotCopied) {
-    TempDir dir;
-    const std::string config = dir / "config";
-    const std::vector<std::string> system{dir / "none", dir / "xdg"};
-    const std::string own = config + "/autostart/" + kIdentifier + ".desktop";
     dir.writeFile(std::string("xdg/autostart/") + kIdentifier + ".desktop",
                   "[Desktop Entry]\nType=Application\nExec=/usr/bin/tool\n");
     EXPECT_TRUE(LoginItems::isEnabled(config, system, kIdentifier));
     EXPECT_FALSE(LoginItems::isEnabled(config, {}, kIdentifier));
-
     ASSERT_TRUE(LoginItems::setEnabled(config, system, kIdentifier, "/usr/bin/tool", false));
     EXPECT_NE(testsupport::readFile(own).find("\nHidden=true\n"), std::string::npos);
     EXPECT_FALSE(LoginItems::isEnabled(config, system, kIdentifier));

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "platform/TemporaryDirectory.h"
@@ -46,37 +45,31 @@ std::string ownFolderIn(const std::string& base) {
 TEST(TemporaryDirectory, RuntimeFolderIsTakenOnlyWhenItIsPrivateAndOurs) {
     TempDir dir;
     const std::string good = folderWithMode(dir, "good", 0700);
-    const std::string loose = folderWithMode(dir, "loose", 0755);
-    const std::string groupShared = folderWithMode(dir, "group", 0770);
-    const std::string sticky = folderWithMode(dir, "sticky", 01700);
-    const std::string link = dir.makeSymlink("link", good);
     const std::string file = dir.writeFile("file");
     ::chmod(file.c_str(), 0700);
-    const std::string relative = std::filesystem::relative(good).string();
     const std::string base = dir.makeDir("base");
-    const std::string fallback = ownFolderIn(base) + "/";
-
     struct Row {
         const char* what;
         std::optional<std::string> runtimeDir;
-        std::string expected;
+        bool taken;
     };
     const std::vector<Row> rows = {
-        {"private folder", good, good + "/"},
-        {"private folder with trailing slash", good + "//", good + "/"},
-        {"readable by others", loose, fallback},
-        {"shared with the group", groupShared, fallback},
-        {"extra mode bits", sticky, fallback},
-        {"link to a private folder", link, fallback},
-        {"regular file", file, fallback},
-        {"relative path to a private folder", relative, fallback},
-        {"missing", dir / "missing", fallback},
-        {"empty", std::string(), fallback},
-        {"unset", std::nullopt, fallback},
+        {"private folder", good, true},
+        {"private folder with trailing slash", good + "//", true},
+        {"readable by others", folderWithMode(dir, "loose", 0755), false},
+        {"shared with the group", folderWithMode(dir, "group", 0770), false},
+        {"extra mode bits", folderWithMode(dir, "sticky", 01700), false},
+        {"link to a private folder", dir.makeSymlink("link", good), false},
+        {"regular file", file, false},
+        {"relative path to a private folder", std::filesystem::relative(good).string(), false},
+        {"missing", dir / "missing", false},
+        {"empty", std::string(), false},
+        {"unset", std::nullopt, false},
     };
     // The first fallback makes the folder, the later ones find it again.
     for (const Row& row : rows) {
-        EXPECT_EQ(privateTemporaryDirectory(row.runtimeDir, "", base, ::getuid()), row.expected)
+        EXPECT_EQ(privateTemporaryDirectory(row.runtimeDir, "", base, ::getuid()),
+                  row.taken ? good + "/" : ownFolderIn(base) + "/")
             << row.what;
     }
     EXPECT_EQ(entryAt(ownFolderIn(base)), kPrivateFolder);
@@ -142,29 +135,24 @@ TEST(TemporaryDirectory, ATakenSharedNameLeadsEveryStartToTheSameFolderInTheHome
 TEST(TemporaryDirectory, TheHomeFolderIsUsedOnlyWhenItsCacheIsOurs) {
     struct Row {
         const char* what;
-        std::function<void(const TempDir&)> plant;
+        std::string folder;  // a folder of this mode, or with mode 0 a link to a private one
+        mode_t mode;
         bool used;
     };
     const std::vector<Row> rows = {
-        {"no cache folder yet", [](const TempDir&) {}, true},
-        {"a cache folder of ours",
-         [](const TempDir& home) { folderWithMode(home, ".cache", 0755); }, true},
-        {"a cache folder others may write",
-         [](const TempDir& home) { folderWithMode(home, ".cache", 0777); }, false},
-        {"a link for the cache folder",
-         [](const TempDir& home) {
-             home.makeSymlink(".cache", folderWithMode(home, "elsewhere", 0700));
-         },
-         false},
-        {"a link for our folder",
-         [](const TempDir& home) {
-             home.makeSymlink(".cache/sweepwell-helper", folderWithMode(home, "elsewhere", 0700));
-         },
-         false},
+        {"no cache folder yet", "", 0, true},
+        {"a cache folder of ours", ".cache", 0755, true},
+        {"a cache folder others may write", ".cache", 0777, false},
+        {"a link for the cache folder", ".cache", 0, false},
+        {"a link for our folder", ".cache/sweepwell-helper", 0, false},
     };
     for (const Row& row : rows) {
         TempDir home, shared;
-        row.plant(home);
+        if (row.mode != 0) {
+            folderWithMode(home, row.folder, row.mode);
+        } else if (!row.folder.empty()) {
+            home.makeSymlink(row.folder, folderWithMode(home, "elsewhere", 0700));
+        }
         const std::string answer =
             privateTemporaryDirectory(std::nullopt, home.path(), shared.path(), ::getuid());
         EXPECT_EQ(answer,
@@ -182,21 +170,6 @@ TEST(TemporaryDirectory, NothingIsAnsweredWhenNoSafeFolderCanBeHad) {
     EXPECT_TRUE(std::filesystem::is_empty(base)) << "refused folders are cleaned up";
     EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", dir / "missing", ::getuid()), "");
     EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", "", ::getuid()), "");
-}
-
-TEST(TemporaryDirectory, ProcessFolderIsPrivateAndTheSameForEveryThread) {
-    const std::string first = platform::temporaryDirectory();
-    ASSERT_FALSE(first.empty());
-    EXPECT_EQ(first.back(), '/');
-    EXPECT_EQ(entryAt(first.substr(0, first.size() - 1)), kPrivateFolder);
-
-    std::vector<std::string> seen(4);
-    std::vector<std::thread> threads;
-    for (auto& answer : seen) {
-        threads.emplace_back([&answer] { answer = platform::temporaryDirectory(); });
-    }
-    for (auto& thread : threads) thread.join();
-    for (const auto& answer : seen) EXPECT_EQ(answer, first);
 }
 
 }  // namespace

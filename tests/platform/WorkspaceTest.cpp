@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
 
 #include "platform/Workspace.h"
 #include "support/SampleBundle.h"
@@ -23,10 +20,7 @@ TEST(Workspace, FindsRunningScriptApplicationsOfThisUserByIdentifier) {
     const std::string id = uniqueId("Running");
     const auto app = SampleApplication::make(dir, "Running.app", id);
     const auto other = SampleApplication::make(dir, "Other.app", uniqueId("Other"));
-    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier(id).empty());
-
-    RunningSample first(app.executablePath);
-    RunningSample second(app.executablePath);
+    RunningSample first(app.executablePath), second(app.executablePath);
     RunningSample unrelated(other.executablePath);
     ASSERT_GT(first.pid(), 0);
     ASSERT_GT(second.pid(), 0);
@@ -38,7 +32,9 @@ TEST(Workspace, FindsRunningScriptApplicationsOfThisUserByIdentifier) {
     EXPECT_EQ(running[0].bundleURL, app.bundlePath);
     EXPECT_EQ(running[0].executableURL, app.executablePath);
     // Identifiers match exactly here; another user's processes never count.
-    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier("COM.EXAMPLE.RUNNING").empty());
+    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier("COM.EXAMPLE.RUNNING-" +
+                                                                   std::to_string(::getpid()))
+                    .empty());
     EXPECT_TRUE(
         Workspace::runningApplicationsWithBundleIdentifier(id, "/proc", ::getuid() + 1).empty());
 }
