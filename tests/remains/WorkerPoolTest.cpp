@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
+#include <future>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -9,22 +9,13 @@
 #include "RemainsTestSupport.h"
 #include "remains/ObjectsProcessor.h"
 #include "remains/SafeCollector.h"
-#include "remains/StartStopTrigger.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using remainstest::pumpUntil;
 
-class RecordingListener : public StartStopTriggerListener {
-public:
-    void onTriggerStarted(StartStopTrigger&) override { calls += "S"; }
-    void onTriggerStopped(StartStopTrigger&) override { calls += "T"; }
-    std::string calls;
-};
-
-// Records the objects it is given, in order. An object equal to kGate blocks
-// its worker until open() is called.
+// Records the objects it is given, in order. An object equal to kGate holds
+// its worker until the gate opens.
 class Recorder : public ObjectProcessorDelegate, public ObjectProcessorWorker {
 public:
     static constexpr int kGate = -1;
@@ -34,40 +25,28 @@ public:
     }
     void onObjectsProcessorWorkBegin(ObjectsProcessor&) override { ++begun; }
     void onObjectsProcessorWorkCompleted(ObjectsProcessor&) override { ++completed; }
-
     void performWorkForObject(const ProcessorObject& object) override {
-        const int* value = std::any_cast<int>(&object);
-        if (value == nullptr) return;
-        std::unique_lock guard(m_lock);
-        if (*value == kGate) {
-            m_bGateReached = true;
-            m_wake.wait(guard, [this] { return m_bGateOpen; });
+        const int value = std::any_cast<int>(object);
+        if (value == kGate) {
+            gateReached = true;
+            m_gate.wait();
         }
-        m_arrDone.push_back(*value);
-    }
-
-    void open() {
         std::lock_guard guard(m_lock);
-        m_bGateOpen = true;
-        m_wake.notify_all();
-    }
-    bool gateReached() {
-        std::lock_guard guard(m_lock);
-        return m_bGateReached;
+        m_arrDone.push_back(value);
     }
     std::vector<int> done() {
         std::lock_guard guard(m_lock);
         return m_arrDone;
     }
+    void open() { m_opening.set_value(); }
 
-    std::atomic<int> begun{0};
-    std::atomic<int> completed{0};
+    std::atomic<bool> gateReached{false};
+    std::atomic<int> begun{0}, completed{0};
 
 private:
+    std::promise<void> m_opening;
+    std::shared_future<void> m_gate = m_opening.get_future().share();
     std::mutex m_lock;
-    std::condition_variable m_wake;
-    bool m_bGateReached = false;
-    bool m_bGateOpen = false;
     std::vector<int> m_arrDone;
 };
 
@@ -93,7 +72,7 @@ TEST_F(WorkerPool, StopEndsTheRunUnlessStartedAgain) {
         auto recorder = m_pRecorder = std::make_shared<Recorder>();
         auto pool = ObjectsProcessor::create(1, recorder, true);
         pool->addObject(Recorder::kGate);
-        ASSERT_TRUE(pumpUntil([&] { return recorder->gateReached(); }));
+        ASSERT_TRUE(pumpUntil([&] { return recorder->gateReached.load(); }));
         pool->addObjects({1, 2});
         pool->getController()->stop();
         if (restart) pool->getController()->start();
@@ -119,7 +98,7 @@ TEST_F(WorkerPool, StopEndsTheRunUnlessStartedAgain) {
 TEST_F(WorkerPool, GoesAwayWhileAWorkerIsBusy) {
     auto pool = ObjectsProcessor::create(2, m_pRecorder, true);
     pool->addObjects({1, Recorder::kGate});
-    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->gateReached(); }));
+    ASSERT_TRUE(pumpUntil([&] { return m_pRecorder->gateReached.load(); }));
     std::thread opener([&] {
         std::this_thread::sleep_for(20ms);
         m_pRecorder->open();

@@ -5,6 +5,7 @@
 
 #include "dispatch/ManualMainQueue.h"
 #include "environment/PathsGenerator.h"
+#include "support/DataTable.h"
 #include "support/SampleBundle.h"
 #include "watching/AppsInTrashWatcher.h"
 #include "watching/WatchingTestSupport.h"
@@ -39,52 +40,35 @@ TEST(DesktopTrash, ItemsAreJudgedByTheNameTheyHadBeforeTrashing) {
     ASSERT_TRUE(desktop);
     desktop->stopWatching();
 
-    struct Item {
-        std::string stored;
-        std::optional<std::string> info;  // the trash info's Path line
-        bool bundle = true;
-    };
-    const std::vector<Item> items = {
-        {"Notes.2.app", "Path=/home/u/Downloads/Notes.app"},  // GLib
-        {"Notes.app (1)", "Path=/home/u/Apps/Notes.app"},     // KDE
-        {"Notes.app_1", "Path=/home/u/Notes.app"},            // trash-cli
-        {"Notes.app-0001", "Path=/home/u/My%20Notes.app"},    // Qt
-        {"Plain.app", std::nullopt},                          // no info: its own name
-        {"Renamed (1)", std::nullopt},                        // no info, no app name
-        {"Doc.app", "Path=/home/u/Doc.txt"},                  // was no application
-        {"Bad.app (1)", "Path=/home/u/Bad.app%zz"},           // unreadable info
-        {"Late.app (1)", "Path=/home/u/Late.app", false},     // Info.plist comes later
-    };
+    std::map<std::string, std::string> expected, late;
+    const auto items = testsupport::readDataTable("DesktopTrash/items.tsv");
     for (std::size_t i = 0; i < items.size(); ++i) {
-        const auto& item = items[i];
-        const std::string folder = "files/" + item.stored;
-        if (item.bundle) {
+        const auto& row = items[i];
+        const std::string stored = ".local/share/Trash/files/" + row.at(0);
+        if (row.at(2) == "bundle") {
             testsupport::makeBundle(
-                home, ".local/share/Trash/" + folder,
-                {{"CFBundleIdentifier", "com.example.app" + std::to_string(i)}});
+                home, stored, {{"CFBundleIdentifier", "com.example.app" + std::to_string(i)}});
         } else {
-            home.makeDir(".local/share/Trash/" + folder);
+            home.makeDir(stored);
         }
-        if (item.info) {
-            home.writeFile(".local/share/Trash/info/" + item.stored + ".trashinfo",
-                           "[Trash Info]\n" + *item.info + "\nDeletionDate=2026-11-24T10:00:00\n");
+        if (row.at(1) != "<none>") {
+            home.writeFile(".local/share/Trash/info/" + row.at(0) + ".trashinfo",
+                           "[Trash Info]\n" + row.at(1) + "\nDeletionDate=2026-11-24T10:00:00\n");
         }
+        if (row.at(3) != "<none>") (row.at(2) == "late" ? late : expected)[row.at(0)] = row.at(3);
     }
     desktop->contentsChanged();
     queue->advance(DirectoryWatcher::kUpdateDelay + 10ms);
-    const std::map<std::string, std::string> expected = {
-        {"Notes.2.app", "Notes.app"}, {"Notes.app (1)", "Notes.app"},
-        {"Notes.app_1", "Notes.app"}, {"Notes.app-0001", "My Notes.app"},
-        {"Plain.app", "Plain.app"},
-    };
     EXPECT_EQ(reports->got, expected);
 
-    // The late one is waited for, and handed on once whole.
-    testsupport::makeBundle(home, ".local/share/Trash/files/Late.app (1)",
-                            {{"CFBundleIdentifier", "com.example.late"}});
+    // The late ones are waited for, and handed on once whole.
+    for (const auto& item : late) {
+        testsupport::makeBundle(home, ".local/share/Trash/files/" + item.first,
+                                {{"CFBundleIdentifier", "com.example.late"}});
+    }
     queue->advance(IncompleteArrivals::kGiveUpAfter);
-    EXPECT_EQ(reports->got.count("Late.app (1)"), 1U);
-    EXPECT_EQ(reports->got["Late.app (1)"], "Late.app");
+    expected.merge(late);
+    EXPECT_EQ(reports->got, expected);
     EXPECT_EQ(watcher->pathInOwnTrash(files + "/Notes.2.app"), "Notes.2.app");
     EXPECT_EQ(watcher->pathInOwnTrash(trash + "/info/x"), std::nullopt);
 }

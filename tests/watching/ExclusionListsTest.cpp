@@ -4,7 +4,6 @@
 #include "platform/UserDefaults.h"
 #include "support/TempDir.h"
 #include "watching/BundleExcludeList.h"
-#include "watching/SystemSkipList.h"
 
 namespace {
 
@@ -29,10 +28,6 @@ TEST(BundleExcludeList, OnlyTheTwoProductIdentifiersInAnyCase) {
             EXPECT_EQ(list.isSystemBundleID(id, false), excluded) << id.value_or("nil");
         }
     }
-    // The shared list excludes this product itself.
-    EXPECT_TRUE(BundleExcludeList::GetInstance().isSystemBundleID("com.quorvex.sweepwell-plus"));
-    EXPECT_TRUE(
-        BundleExcludeList::GetInstance().isSystemBundleID("com.quorvex.Sweepwell-Plus-Helper"));
 }
 
 }  // namespace

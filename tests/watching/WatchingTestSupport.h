@@ -32,7 +32,6 @@ public:
     RealMainLoop() : scoped(loop) {}
     ~RealMainLoop() { EXPECT_TRUE(watcherThreadsEnded()); }
     dispatch::RunLoopMainQueue* operator->() const { return loop.get(); }
-    dispatch::RunLoopMainQueue& operator*() const { return *loop; }
 
 private:
     std::shared_ptr<dispatch::RunLoopMainQueue> loop =
