@@ -25,25 +25,6 @@ TEST(ApplicationDirectoryUtils, EnclosingApplicationAndWhatCountsAsOne) {
         EXPECT_EQ(parentAppPathForPath(at(row.at(0))), at(row.at(1))) << row.at(0);
         EXPECT_EQ(parentBundlePathForPath(at(row.at(0))), at(row.at(2))) << row.at(0);
     }
-    EXPECT_EQ(parentAppPathForPath(none), none);
-    EXPECT_EQ(parentBundlePathForPath(none), none);
-
-    dir.writeFile("file.app");
-    const std::pair<std::optional<std::string>, bool> apps[] = {
-        {dir / "Applications/X.app", true},
-        {dir / "Applications", false},
-        {dir / "file.app", false},
-        {dir / "missing.app", false},
-        {none, false},
-        {"", false},
-    };
-    for (const auto& [path, expected] : apps) {
-        EXPECT_EQ(ApplicationDirectoryUtils::isApplicationAtPath(path), expected)
-            << path.value_or("nil");
-    }
-    EXPECT_TRUE(
-        ApplicationDirectoryUtils::isApplicationAtURL("file://" + dir / "Applications/X.app"));
-    EXPECT_FALSE(ApplicationDirectoryUtils::isApplicationAtURL(none));
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include "environment/StringUtils.h"
 #include "support/DataTable.h"
-#include "support/TempDir.h"
 
 namespace {
 
@@ -18,10 +17,6 @@ TEST(StringUtilsTest, PathAndNameQuestions) {
         } else if (what == "suffix") {
             EXPECT_EQ(StringUtils::hasCaseInsensitiveSuffix(row.at(1), row.at(2)),
                       row.at(3) == "yes");
-        } else if (what == "replaceFirst") {
-            EXPECT_EQ(StringUtils::stringByReplacingFirstOccuranceOfString(row.at(1), row.at(2),
-                                                                           row.at(3)),
-                      row.at(4));
         } else if (what == "displayName") {
             EXPECT_EQ(StringUtils::getDisplayNameAtPath(row.at(1)), row.at(2));
         } else {

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <regex>
+#include <functional>
 
 #include "messages/FileMessage.h"
 #include "messages/KeyedArchive.h"
 #include "messages/MessageTestSupport.h"
+#include "platform/Log.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -13,10 +15,6 @@ namespace {
 using Array = ArchivedObject::Array;
 using Dictionary = ArchivedObject::Dictionary;
 using testsupport::SampleApplication;
-
-MessageEnvironment testEnvironment(const testsupport::TempDir& dir) {
-    return testsupport::sampleEnvironment(dir, "Test");
-}
 
 std::shared_ptr<FileMessage> received(std::optional<ArchivedObject> body) {
     auto message = std::make_shared<FileMessage>(FileMessage::kTypeReceived, MessageEnvironment{});
@@ -57,44 +55,26 @@ TEST(FileMessage, ReadOperationsCheckTheCommandAndTheirArguments) {
         std::vector<std::string> paths = none;
         EXPECT_EQ(FileMessage::ReadExcludePaths(&paths, c.message), c.excludePaths != none);
         EXPECT_EQ(paths, c.excludePaths);
-        EXPECT_EQ(FileMessage::ReadExcludePaths(nullptr, c.message), c.excludePaths != none);
         EXPECT_EQ(FileMessage::ReadCancelExcludeRemovedPathsFromMessage(c.message), c.isClear);
     }
 }
 
-// The folder is open to whoever can write to it: a name there may be a link
-// to someone else's command, or a command far larger than any honest one.
-// Neither is read, and both are consumed.
-TEST(FileMessage, LoadsNoLinkAndNoFileLargerThanACommand) {
+// The running Helper is the only receiver, and only a copy no other user
+// could have planted: one in a folder anyone may write, its script shown by
+// "tail -f" and run, is passed over.
+TEST(FileMessage, ReachesOnlyARunningHelperNoOneElseCouldHavePlanted) {
     testsupport::TempDir dir;
-    const auto environment = testEnvironment(dir);
-    const auto small = *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
-                            std::vector<std::string>{"/Applications/A.app"}, environment)
-                            ->saveToFile();
-    const std::string target = dir / "elsewhere.msgforswhelp";
-    ASSERT_EQ(::rename(small.c_str(), target.c_str()), 0);
-    const std::string link = dir.makeSymlink("shared/link.msgforswhelp", target);
-    EXPECT_EQ(FileMessage::loadFromFile(link), nullptr);
-    EXPECT_NE(::access(link.c_str(), F_OK), 0);
-    EXPECT_EQ(::access(target.c_str(), F_OK), 0);
-
-    // Distinct paths, so that the archive cannot share one string.
-    std::vector<std::string> paths;
-    for (std::size_t total = 0; total <= FileMessage::kMaxFileSize; total += 1000) {
-        paths.push_back("/" + std::to_string(paths.size()) + std::string(1000, 'x'));
-    }
-    const auto large =
-        *FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths, environment)->saveToFile();
-    EXPECT_EQ(FileMessage::loadFromFile(large), nullptr);
-    EXPECT_NE(::access(large.c_str(), F_OK), 0);
-}
-
-TEST(FileMessage, ReachesOnlyARunningHelper) {
-    testsupport::TempDir dir;
-    const auto environment = testEnvironment(dir);
+    const auto environment = testsupport::sampleEnvironment(dir, "Test");
     SampleApplication::make(dir, "Applications/Helper.app", environment.helperAppBundleId);
     const auto helper =
         SampleApplication::make(dir, "Running/Helper.app", environment.helperAppBundleId);
+    const auto planted =
+        SampleApplication::make(dir, "Shared/Helper.app", environment.helperAppBundleId);
+    ASSERT_EQ(::chmod((dir / "Shared").c_str(), 0777), 0);
+    testsupport::RunningSample reader("/usr/bin/tail", {"-f", planted.executablePath});
+    testsupport::RunningSample plantedCopy(planted.executablePath);
+    ASSERT_GT(plantedCopy.pid(), 0);
+
     const std::vector<std::string> paths = {"/Applications/Gone.app"};
     auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths, environment);
     // An installed Helper does not count, and a received message goes nowhere.
@@ -111,21 +91,58 @@ TEST(FileMessage, ReachesOnlyARunningHelper) {
     std::vector<std::string> got;
     ASSERT_TRUE(FileMessage::ReadExcludePaths(&got, FileMessage::loadFromFile(record[1])));
     EXPECT_EQ(got, paths);
+    EXPECT_FALSE(planted.wasStarted());
 }
 
-TEST(FileMessage, APlantedHelperReceivesNothing) {
-    testsupport::TempDir dir;
-    const auto environment = testEnvironment(dir);
-    const auto planted =
-        SampleApplication::make(dir, "Shared/Helper.app", environment.helperAppBundleId);
-    ASSERT_EQ(::chmod((dir / "Shared").c_str(), 0777), 0);
-    testsupport::RunningSample reader("/usr/bin/tail", {"-f", planted.executablePath});
-    testsupport::RunningSample plantedCopy(planted.executablePath);
-    ASSERT_GT(plantedCopy.pid(), 0);
+// The warnings logged while it lives.
+struct Lines {
+    std::vector<std::string> warnings;
+    platform::Log::Sink previous = platform::Log::setSink(
+        [this](platform::Log::Level level, std::string_view part, std::string_view message) {
+            if (level == platform::Log::Level::Warning) {
+                warnings.push_back(std::string(part) + ": " + std::string(message));
+            }
+        });
+    ~Lines() { platform::Log::setSink(std::move(previous)); }
+};
 
-    const auto message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
-        std::vector<std::string>{"/Applications/Gone.app"}, environment);
-    EXPECT_EQ(message->getAppPathForMessage(), std::nullopt);
+// A refused command file is silent on screen but leaves one line saying why.
+TEST(FailureLog, EachRefusedCommandFileLeavesOneLineSayingWhy) {
+    testsupport::TempDir dir;
+    struct Case {
+        const char* what;
+        std::function<std::string()> make;
+        const char* says;
+    };
+    const std::vector<Case> cases = {
+        {"link", [&] { return dir.makeSymlink("link.msgforswhelp", dir.writeFile("target")); },
+         "is a link"},
+        {"folder", [&] { return dir.makeDir("folder.msgforswhelp"); }, "is a folder"},
+        {"FIFO",
+         [&] {
+             ::mkfifo((dir / "fifo.msgforswhelp").c_str(), 0600);
+             return dir / "fifo.msgforswhelp";
+         },
+         "is not a regular file"},
+        {"too big",
+         [&] {
+             return dir.writeFile("big.msgforswhelp",
+                                  std::string(FileMessage::kMaxFileSize + 1, 'x'));
+         },
+         "is larger than"},
+        {"junk", [&] { return dir.writeFile("junk.msgforswhelp", "not an archive"); },
+         "holds no command"},
+        {"missing", [&] { return dir / "missing.msgforswhelp"; }, "is not there"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Lines lines;
+        const std::string path = c.make();
+        EXPECT_FALSE(FileMessage::loadFromFile(path));
+        ASSERT_EQ(lines.warnings.size(), 1U);
+        EXPECT_NE(lines.warnings[0].find("commands: command file " + path), std::string::npos);
+        EXPECT_NE(lines.warnings[0].find(c.says), std::string::npos) << lines.warnings[0];
+    }
 }
 
 }  // namespace

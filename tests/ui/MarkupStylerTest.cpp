@@ -11,20 +11,15 @@ namespace {
 
 using Tag = MarkupStyler::Tag;
 
-const FontDescription kBodyFont{"Helvetica Neue", 13, FontDescription::kRegular, false};
-const FontDescription kBoldFont{"Helvetica Neue", 13, FontDescription::kMedium, false};
-const Color kBodyColor(0.3, 0.3, 0.33);
-const Color kBoldColor(0.2, 0.42, 0.73);
-const Color kItalicColor(1, 0, 0);
-
+// The notification's styles: a default font, and a font and colours of their
+// own for the tags it writes.
 MarkupStyler notificationStyler() {
     MarkupStyler styler;
-    styler.setDefaultParagraphStyleWithAlignment(TextAlignment::Left, MarkupStyler::DefaultTag());
-    styler.setFont(kBodyFont, MarkupStyler::DefaultTag());
-    styler.setForegroundColor(kBodyColor, MarkupStyler::DefaultTag());
-    styler.setFont(kBoldFont, "b");
-    styler.setForegroundColor(kBoldColor, "b");
-    styler.setForegroundColor(kItalicColor, "i");
+    styler.setFont({"Helvetica Neue", 13, FontDescription::kRegular, false},
+                   MarkupStyler::DefaultTag());
+    styler.setFont({"Helvetica Neue", 13, FontDescription::kMedium, false}, "b");
+    styler.setForegroundColor(Color(0.2, 0.42, 0.73), "b");
+    styler.setForegroundColor(Color(1, 0, 0), "i");
     return styler;
 }
 

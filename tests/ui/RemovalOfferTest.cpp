@@ -17,8 +17,7 @@ std::shared_ptr<platform::Bundle> bundle(const std::string& name, const std::str
 }
 
 // Remains of a fixed size; each bundle given is one entry.
-class FakeRemains final : public RemovalOffer::Remains {
-public:
+struct FakeRemains final : RemovalOffer::Remains {
     explicit FakeRemains(std::uint64_t size) : size(size) {}
     void addBundle(const std::shared_ptr<platform::Bundle>& bundle) override {
         bundles.push_back(bundle->path());
@@ -96,12 +95,8 @@ TEST_F(RemovalOfferTest, ApplicationsJoinTheNotificationThatShowsAndLeaveTogethe
     offer(bundle("Photon.app", "com.example.photon"));  // changes nothing, not even the fade-in
 
     EXPECT_TRUE(m_calls.empty());
-    EXPECT_EQ(m_pOffer->mainAppName(), "Photon");
     EXPECT_EQ(m_pOffer->showDate(), firstShown);
-    EXPECT_EQ(m_pOffer->otherAppCount(), 2);
-    EXPECT_EQ(m_pOffer->removedApps().size(), 3u);
     EXPECT_EQ(m_nRemains, 2u);
-    EXPECT_EQ(m_pOffer->totalSize(), 3000u);
     EXPECT_EQ(description(),
               "<b>Photon</b> and 2 other applications left at least <b>3 KB</b> of service files. "
               "Remove them to complete the uninstallation.");

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,27 +12,16 @@ namespace {
 
 using Texts = RichNotificationWCLocalizable;
 
-LocalizedStrings tableFor(const std::string& language) {
-    return LocalizedStrings(SWEEPWELL_RESOURCES, Texts::kTableName, {language});
-}
-
 TEST(RichNotificationWCLocalizableTest, EveryLanguageWritesValidMarkupForEveryCount) {
-    const struct {
-        const char* locale;
-        const char* localization;
-    } languages[] = {
-        {"en_US.UTF-8", "en"}, {"de_DE.UTF-8", "de"},      {"fr_FR.UTF-8", "fr"},
-        {"es_ES.UTF-8", "es"}, {"it_IT.UTF-8", "it"},      {"pt_BR.UTF-8", "pt-BR"},
-        {"ru_RU.UTF-8", "ru"}, {"uk_UA.UTF-8", "uk"},      {"pl_PL.UTF-8", "pl"},
-        {"ja_JP.UTF-8", "ja"}, {"zh_CN.UTF-8", "zh-Hans"}, {"ko_KR.UTF-8", "ko"},
-    };
     const std::string name = "Photon & <Co>";
     const std::string size = "12.3 MB";
-    for (const auto& language : languages) {
-        const LocalizedStrings table = tableFor(language.locale);
-        ASSERT_EQ(table.localization(), language.localization);
+    for (const auto& language :
+         testsupport::readDataTable("RichNotificationWCLocalizable/languages.tsv")) {
+        const std::string& locale = language.at(0);
+        const LocalizedStrings table(SWEEPWELL_RESOURCES, Texts::kTableName, {locale});
+        ASSERT_EQ(table.localization(), language.at(1));
         if (table.localization() != "en") {
-            EXPECT_NE(Texts::closeButtonTitle(table), "Close") << language.locale;
+            EXPECT_NE(Texts::closeButtonTitle(table), "Close") << locale;
             EXPECT_NE(Texts::completeUninstallButtonTitle(table), "Complete Uninstall");
         }
         EXPECT_NE(Texts::titleWithAppName("Sweepwell", table).find("Sweepwell"), std::string::npos);
@@ -46,7 +33,7 @@ TEST(RichNotificationWCLocalizableTest, EveryLanguageWritesValidMarkupForEveryCo
                     MarkupStyler::prepareString(name), MarkupStyler::prepareString(size), others,
                     sure, table);
                 const auto parsed = MarkupStyler::parse(markup);
-                SCOPED_TRACE(std::string(language.locale) + ": " + markup);
+                SCOPED_TRACE(locale + ": " + markup);
                 EXPECT_EQ(parsed.literalTags, 0u);
                 ASSERT_EQ(parsed.tags.size(), 2u);
                 EXPECT_EQ(parsed.text.substr(parsed.tags[0].location, parsed.tags[0].length), name);
@@ -61,7 +48,7 @@ TEST(RichNotificationWCLocalizableTest, EveryLanguageWritesValidMarkupForEveryCo
             }
         }
         // Each count and certainty reads differently (no form was left out).
-        EXPECT_EQ(wordings.size(), 12u) << language.locale;
+        EXPECT_EQ(wordings.size(), 12u) << locale;
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QPropertyAnimation>
+#include <QFontInfo>
+#include <QTextBlock>
+#include <QTextDocument>
 
 #include "dispatch/ManualMainQueue.h"
 #include "platform/Bundle.h"
@@ -49,18 +51,23 @@ protected:
     std::shared_ptr<RichNotificationWC> m_pController;
 };
 
-TEST_F(RichNotificationWCTest, ShowsTheOfferAndFadesInOnlyForANewBundle) {
-    offer("/home/u/.Trash/Photon.app");
+// The name and the size are emphasised; markup characters in a name are text.
+TEST_F(RichNotificationWCTest, TheSubtitleStylesNameAndSizeAndShowsMarkupCharactersLiterally) {
+    offer("/home/u/.Trash/R&D <beta>.app");
     EXPECT_TRUE(visible());
-    EXPECT_EQ(m_pController->subtitleLabel()->stringValue(),
-              "Photon left at least Zero KB of service files. Remove them to complete the "
-              "uninstallation.");
-
-    m_pController->fadeInAnimation()->stop();
-    m_pController->window()->setWindowOpacity(1.0);
-    offer("/home/u/.Trash/Photon.app");
-    EXPECT_EQ(m_pController->fadeInAnimation()->state(), QAbstractAnimation::Stopped);
-    EXPECT_DOUBLE_EQ(m_pController->window()->windowOpacity(), 1.0);
+    std::vector<std::pair<std::string, bool>> fragments;  // text, bold
+    const QTextDocument& document = m_pController->subtitleLabel()->document();
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            fragments.emplace_back(
+                it.fragment().text().toStdString(),
+                QFontInfo(it.fragment().charFormat().font()).weight() >= QFont::Medium);
+        }
+    }
+    ASSERT_EQ(fragments.size(), 4u);
+    const char* texts[] = {"R&D <beta>", " left at least ", "Zero KB"};
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(fragments[i].first, texts[i]);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(fragments[i].second, i % 2 == 0) << i;  // emphasis
 }
 
 // The timing of the focus rule is the offer's; here the event must reach it.
