@@ -45,8 +45,7 @@ std::uint64_t duFilesOnly(const std::string& root) {
 }
 
 // The walk shared over the pool answers what the walk on one thread answers
-// and what du answers, also with four walks at once on the shared pool. (The
-// deep chain is the folder walk's own test.)
+// and what du answers, also with four walks at once on the shared pool.
 TEST(ParallelWalk, AnswersWhatTheSequentialWalkAndDuAnswer) {
     testsupport::TempDir dir;
     const std::string root = dir.makeDir("tree");
@@ -59,6 +58,11 @@ TEST(ParallelWalk, AnswersWhatTheSequentialWalkAndDuAnswer) {
     for (int i = 0; i < 3000; i += 50) fs::create_hard_link(entry(i, "f"), entry(i + 5, "h"));
     fs::create_symlink(fs::path(root) / "w1", entry(2, "to-folder"));
     fs::create_symlink("/nowhere", fs::path(root) / "dangling");
+    // A chain deeper than the folders a walk keeps open, taken by whichever thread.
+    fs::path level = fs::path(root) / "deep";
+    for (int depth = 0; depth < 400; ++depth, level /= "d") {
+        if (depth % 40 == 0) file(level / "side" / "f", 5000 + depth);
+    }
 
     platform::FolderWalkLimits oneByOne;
     oneByOne.inParallel = false;
