@@ -44,7 +44,7 @@ TEST(CompositionTest, SizesFromTheRemainsFinderReachTheWindow) {
     // The virtual clock keeps pace with the real one: idle workers look for
     // new work on a main-queue timer, and a task that arrives just as they
     // went idle waits for it.
-    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    const auto deadline = std::chrono::steady_clock::now() + testsupport::kPatience;
     while (controller->offer().totalSize() < 300'000u &&
            std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(5ms);

@@ -540,7 +540,8 @@ PY
 # session bus of the sandbox's own with our fake service on it.
 notifications=$build/tests/e2e/e2e_fake_notifications
 start_bus() {  # fake service options…
-  dbus-daemon --session --fork --print-address=3 --print-pid=4 3>"$out/bus-address" 4>"$out/bus-pid" ||
+  dbus-daemon --config-file="$root/tests/e2e/session-bus.conf" --fork --print-address=3 \
+    --print-pid=4 3>"$out/bus-address" 4>"$out/bus-pid" ||
     fail "no session bus"
   export DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$out/bus-address")
   if [ "${1:-}" != --no-service ]; then

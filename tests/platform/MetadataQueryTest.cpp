@@ -68,7 +68,7 @@ TEST(MetadataQueryWalk, FindsApplicationsInTheScopesWithoutEnteringPackages) {
         MetadataQuery::kDidFinishGatheringNotification, query.get(),
         [&](const platform::Notification&) { finished = true; });
     EXPECT_TRUE(query->startQuery());
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = std::chrono::steady_clock::now() + testsupport::kPatience;
     while (!finished && std::chrono::steady_clock::now() < deadline) {
         queue->runUntilIdle();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -23,7 +23,7 @@ namespace remainstest {
 // after a second of it).
 inline bool pumpUntil(dispatch::ManualMainQueue& queue, const std::function<bool()>& done,
                       dispatch::Duration step = dispatch::Duration::zero()) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = std::chrono::steady_clock::now() + testsupport::kPatience;
     while (std::chrono::steady_clock::now() < deadline) {
         queue.advance(step);
         queue.runUntilIdle();

@@ -62,7 +62,7 @@ struct SampleApplication {
 
     // The record's lines once it appears; empty when it does not in time.
     std::vector<std::string> waitForRecord() const {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        const auto end = std::chrono::steady_clock::now() + kPatience;
         while (!wasStarted() && std::chrono::steady_clock::now() < end) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
@@ -91,7 +91,7 @@ public:
         if (posix_spawn(&m_nPid, program.c_str(), nullptr, &attributes, argv.data(), environ) != 0)
             m_nPid = -1;
         posix_spawnattr_destroy(&attributes);
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        const auto end = std::chrono::steady_clock::now() + kPatience;
         while (m_nPid > 0 && std::chrono::steady_clock::now() < end &&
                readFile("/proc/" + std::to_string(m_nPid) + "/cmdline").find(executable) ==
                    std::string::npos) {

@@ -1,8 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace testsupport {
+
+// How long a test waits in real time for something that should happen at
+// once: far beyond any normal run, so that a loaded machine under a
+// sanitizer is slow but never failing. Only a fault runs into it.
+inline constexpr std::chrono::seconds kPatience{60};
 
 // A fresh folder under the system temporary folder, removed with everything
 // in it (unreadable sub-folders included) when the object goes away.

@@ -37,7 +37,7 @@ TEST(TrashFoldersWatcher, FollowsADisksTrashAppearingAndTheDiskGoing) {
     loop->runUntil([] { return false; }, TrashFoldersWatcher::kRereadDelay * 2);
     EXPECT_TRUE(recorder->sets.empty());
     place.makeDir("usb/.Trash-" + std::to_string(::getuid()) + "/files");
-    ASSERT_TRUE(loop->runUntil([&] { return !recorder->sets.empty(); }, std::chrono::seconds(5)));
+    ASSERT_TRUE(loop->runUntil([&] { return !recorder->sets.empty(); }, testsupport::kPatience));
     ASSERT_EQ(recorder->sets.back().size(), 3U);
     EXPECT_EQ(recorder->sets.back().back().path, trash + "/files");
     EXPECT_EQ(recorder->sets.back().back().topDirectory, usb);

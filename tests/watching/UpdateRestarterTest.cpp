@@ -39,7 +39,7 @@ TEST(UpdateRestarter, ABundleReplacedInPlaceKeepsTheApplicationUntilThePathEmpti
         "", &queue, [&](const platform::Notification& note) { names.push_back(note.name); });
     const auto deliveredAgain = [&] {
         const std::size_t before = names.size();
-        return loop->runUntil([&] { return names.size() > before; }, 4s);
+        return loop->runUntil([&] { return names.size() > before; }, testsupport::kPatience);
     };
 
     ASSERT_EQ(std::rename(bundle.c_str(), old.c_str()), 0);
@@ -54,7 +54,7 @@ TEST(UpdateRestarter, ABundleReplacedInPlaceKeepsTheApplicationUntilThePathEmpti
 
     fs::remove_all(bundle);
     fs::permissions(old, fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_TRUE(loop->runUntil([&] { return terminations > 0; }, 4s));
+    EXPECT_TRUE(loop->runUntil([&] { return terminations > 0; }, testsupport::kPatience));
     center.removeObserver(token);
 }
 

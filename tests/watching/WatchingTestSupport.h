@@ -15,7 +15,7 @@
 namespace watchingtest {
 
 // Whether every watcher thread has closed its queue and ended within the time.
-inline bool watcherThreadsEnded(std::chrono::milliseconds timeout = std::chrono::seconds(3)) {
+inline bool watcherThreadsEnded(std::chrono::milliseconds timeout = testsupport::kPatience) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (FileEventQueue::numberOfRunningWatcherThreads() != 0) {
         if (std::chrono::steady_clock::now() >= deadline) return false;

@@ -44,7 +44,7 @@ TEST(OpenURLTest, OnlyASoundURLReachesTheFirstTrustedOpenerOnThePath) {
         url, "relative/bin:" + (loose / "bin") + ":" + folder.path() + ":" + bin, trust));
 
     // The opener runs detached; wait for its answer with a deadline.
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    const auto deadline = std::chrono::steady_clock::now() + testsupport::kPatience;
     std::string opened;
     while (opened.empty() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(10ms);
