@@ -34,9 +34,9 @@ bool isTrashLayoutAt(const std::vector<std::string_view>& parts, std::size_t at)
 
 std::vector<TrashFolder> ofHome(const PathsGenerator& paths) {
     std::vector<TrashFolder> folders = {
-        {TrashFolder::Kind::Home, paths.buildTrashDirectory(), {}, {}}};
+        {TrashFolder::Kind::Home, paths.buildTrashDirectory(), {}, {}, {}}};
     if (const auto desktop = paths.buildHomeTrashDirectory()) {
-        folders.push_back({TrashFolder::Kind::Desktop, *desktop + "/files", *desktop, {}});
+        folders.push_back({TrashFolder::Kind::Desktop, *desktop + "/files", *desktop, {}, {}});
     }
     return folders;
 }
@@ -46,13 +46,21 @@ std::vector<TrashFolder> all(const PathsGenerator& paths,
     auto folders = ofHome(paths);
     for (const auto& mount : mounts) {
         const auto trash = platform::MountTable::trashFolderOfMount(mount.path, uid);
-        // Trashing programs make "files" with the Trash; until then nothing is there.
-        struct stat status {};
-        if (!trash || ::lstat((*trash + "/files").c_str(), &status) != 0 ||
-            !S_ISDIR(status.st_mode)) {
+        if (!trash) continue;
+        // Held from here on; what was opened must be what was checked.
+        auto held = platform::HeldFolder::open(*trash);
+        if (!held || !held->isStillAt() || held->owner() != uid ||
+            (held->mode() & (S_IWGRP | S_IWOTH)) != 0) {
             continue;
         }
-        const TrashFolder folder{TrashFolder::Kind::Volume, *trash + "/files", *trash, mount.path};
+        // Trashing programs make "files" with the Trash; until then nothing is there.
+        struct stat status {};
+        if (::lstat(held->throughDescriptor(*trash + "/files").c_str(), &status) != 0 ||
+            !S_ISDIR(status.st_mode) || status.st_uid != uid) {
+            continue;
+        }
+        const TrashFolder folder{TrashFolder::Kind::Volume, *trash + "/files", *trash, mount.path,
+                                 std::move(held)};
         // A disk mounted twice shows one Trash under two names: both are watched.
         if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
             folders.push_back(folder);
@@ -75,7 +83,8 @@ std::string nameBeforeTrashing(const std::vector<TrashFolder>& folders, const st
         platform::PathUtils::stringByDeletingLastPathComponent(path) != folder->path) {
         return stored;
     }
-    const auto info = platform::TrashInfo::readForItem(folder->trashDirectory, stored);
+    const auto info =
+        platform::TrashInfo::readForItem(folder->readablePath(folder->trashDirectory), stored);
     return info ? info->originalName().value_or(stored) : stored;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/HeldFolder.h"
 #include "platform/MountTable.h"
 
 class PathsGenerator;
@@ -23,9 +24,26 @@ struct TrashFolder {
     std::string trashDirectory;
     // Volume: where the disk is mounted (its items' Paths are relative to it).
     std::string topDirectory;
+    // Volume: the Trash folder (trashDirectory) as it was when it passed the
+    // trust check; it is listed, watched and read through this, never again
+    // through its path.
+    std::shared_ptr<const platform::HeldFolder> held;
 
     bool hasTrashInfo() const { return kind != Kind::Home; }
-    bool operator==(const TrashFolder&) const = default;
+    // A path inside this folder as it is to be read: through the held Trash
+    // folder when there is one.
+    std::string readablePath(const std::string& path) const {
+        return held ? held->throughDescriptor(path) : path;
+    }
+    // Whether the folder is still where it was checked (always, for the home's).
+    bool isStillInPlace() const { return !held || held->isStillAt(); }
+    // The same folder: the same paths and, for a disk's Trash, the same
+    // folder on the disk (one made again in its place is another).
+    bool operator==(const TrashFolder& other) const {
+        return kind == other.kind && path == other.path &&
+               trashDirectory == other.trashDirectory && topDirectory == other.topDirectory &&
+               !held == !other.held && (!held || held->isSameFolder(*other.held));
+    }
 };
 
 // The Trash as the whole system means it: the user's ~/.Trash, the home
@@ -37,7 +55,8 @@ namespace TrashFolders {
 // The user's own two, whether they exist yet or not.
 std::vector<TrashFolder> ofHome(const PathsGenerator& paths);
 // Those two and the Trash of each mount that has one now (the home's own
-// mounts included: their Trash holds what was trashed from outside the home).
+// mounts included: their Trash holds what was trashed from outside the home),
+// each disk's held open from the moment it passed the trust check.
 std::vector<TrashFolder> all(const PathsGenerator& paths,
                              const std::vector<platform::MountPoint>& mounts, uid_t uid);
 

@@ -52,8 +52,9 @@ bool BundleTrust::isSafeEntry(const struct stat& info) const {
     return owned && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-bool BundleTrust::isSharedStickyFolder(const struct stat& info) {
-    return S_ISDIR(info.st_mode) && info.st_uid == 0 && (info.st_mode & S_ISVTX) != 0;
+bool BundleTrust::isSharedStickyFolder(const struct stat& info) const {
+    return S_ISDIR(info.st_mode) && (info.st_uid == 0 || info.st_uid == m_nUid) &&
+           (info.st_mode & S_ISVTX) != 0;
 }
 
 bool BundleTrust::isTrustedPath(const std::string& path) const {

@@ -13,8 +13,9 @@ namespace platform {
 // local user could have written or could swap for another is never run: the
 // program file and every folder above it must belong to the user or to root
 // and be writable by nobody else. The one exception is a folder like /tmp:
-// root's, open to all but sticky, so that no one but the owner of an entry
-// may rename or remove it; what lies below it must still pass the rule. A
+// root's (or the user's own), open to all but sticky, so that no one but the
+// owner of an entry may rename or remove it; what lies below it must still
+// pass the rule. A
 // bundle's executable must also lie inside the bundle once links are
 // resolved.
 //
@@ -53,7 +54,7 @@ public:
 
 private:
     bool isSafeEntry(const struct stat& info) const;
-    static bool isSharedStickyFolder(const struct stat& info);
+    bool isSharedStickyFolder(const struct stat& info) const;
 
     uid_t m_nUid;
     std::string m_sTrustedRoot;

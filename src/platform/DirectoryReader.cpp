@@ -34,11 +34,38 @@ public:
     }
 };
 
+class HeldReader final : public DirectoryReader {
+public:
+    explicit HeldReader(std::shared_ptr<const HeldFolder> held) : m_pHeld(std::move(held)) {}
+
+    DirectoryLister::Listing list(const std::string& path) const override {
+        return DirectoryReader::disk()->list(pathOnDisk(path));
+    }
+    std::optional<Entry> entryAt(const std::string& path) const override {
+        // The descriptor's own name is a link of the kernel's: the folder it
+        // leads to is what is described.
+        if (path == m_pHeld->path()) return DirectoryReader::disk()->entryAt(pathOnDisk(path) + "/.");
+        return DirectoryReader::disk()->entryAt(pathOnDisk(path));
+    }
+    std::string pathOnDisk(const std::string& path) const override {
+        return m_pHeld->throughDescriptor(path);
+    }
+
+private:
+    std::shared_ptr<const HeldFolder> m_pHeld;
+};
+
 }  // namespace
 
 const std::shared_ptr<const DirectoryReader>& DirectoryReader::disk() {
     static const std::shared_ptr<const DirectoryReader> reader = std::make_shared<DiskReader>();
     return reader;
+}
+
+std::shared_ptr<const DirectoryReader> DirectoryReader::through(
+    std::shared_ptr<const HeldFolder> held) {
+    if (!held) return disk();
+    return std::make_shared<HeldReader>(std::move(held));
 }
 
 }  // namespace platform

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <iterator>
 
+#include "platform/BundleTrust.h"
 #include "platform/FileSystem.h"
 
 namespace platform {
@@ -65,11 +66,16 @@ std::vector<std::string_view> fields(std::string_view line) {
     return out;
 }
 
-// A real folder (not a link) owned by `uid`, writable by no one else.
+// A real folder (not a link, nor below one) owned by `uid`, writable by no
+// one else, that no other user can swap for another.
 bool isPrivateFolderOf(const std::string& path, uid_t uid) {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == uid &&
-           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != uid ||
+        (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return false;
+    }
+    const auto resolved = BundleTrust::FileSystem::real().resolve(path);
+    return resolved == path && BundleTrust(uid, "/").isTrustedPath(path);
 }
 
 }  // namespace

@@ -37,8 +37,11 @@ std::vector<MountPoint> current();
 // file system mounted at `topDirectory`, when there is one this user can
 // trust: "$top/.Trash/$uid" when "$top/.Trash" is a real folder with the
 // sticky bit set, else "$top/.Trash-$uid"; either must be a real folder (not
-// a link) owned by `uid` that no one else may write. nullopt when there is
-// none (yet).
+// a link) owned by `uid` that no one else may write, and no other user may be
+// able to rename anything on the way to it: every folder above it, up to
+// "/", is the user's or root's and closed to others, but for a sticky one of
+// root's or the user's (the rule for a program to start, BundleTrust).
+// nullopt when there is none (yet).
 std::optional<std::string> trashFolderOfMount(const std::string& topDirectory, uid_t uid);
 
 }  // namespace MountTable

@@ -22,7 +22,7 @@ std::shared_ptr<AppsInTrashWatcher> AppsInTrashWatcher::create(
 std::shared_ptr<AppsInTrashWatcher> AppsInTrashWatcher::create(
     std::weak_ptr<AppsInTrashWatcherListener> listener, std::string trashPath) {
     auto watcher = std::make_shared<AppsInTrashWatcher>(Private{}, std::move(listener));
-    watcher->watchFolders({{TrashFolder::Kind::Home, std::move(trashPath), {}, {}}});
+    watcher->watchFolders({{TrashFolder::Kind::Home, std::move(trashPath), {}, {}, {}}});
     return watcher;
 }
 
@@ -69,7 +69,11 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
             platform::makePrivateFolders(folder.path);
             platform::makePrivateFolders(folder.trashDirectory + "/info");
         }
-        auto watcher = DirectoryWatcher::create(folder.path);
+        // A disk's Trash is read and watched through the folder that passed
+        // the trust check, whatever is renamed or linked in above it later.
+        auto watcher =
+            DirectoryWatcher::create(folder.path, platform::DirectoryReader::through(folder.held),
+                                     [] { return FileEventQueue::create(); });
         watcher->setDelegate(weak_from_this());
         if (folder.hasTrashInfo()) {
             watcher->setNameOfItem([weak = weak_from_this()](const std::string& path) {
@@ -88,7 +92,8 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
             // Some programs write the trash info after the item: its arrival
             // pushes the folder's re-read back like any change of the folder.
             if (folder.hasTrashInfo()) {
-                watcher->getFileEventQueue()->addPath(folder.trashDirectory + "/info");
+                watcher->getFileEventQueue()->addPath(
+                    folder.readablePath(folder.trashDirectory + "/info"));
             }
         }
         // Whatever a Trash made just now holds was trashed just now: once it
@@ -133,6 +138,18 @@ void AppsInTrashWatcher::onAddedAppWithPath(const std::string& path) {
 }
 
 bool AppsInTrashWatcher::handOnIfWhole(const std::string& path) {
+    // A disk's Trash that is no longer where it was checked is not read by
+    // its path: what is there now may be anyone's. The set is read again.
+    // A folder that has left the set meanwhile is not read either.
+    const TrashFolder* folder = TrashFolders::folderHolding(m_arrFolders, path);
+    if (!folder) return true;
+    if (!folder->isStillInPlace()) {
+        platform::Log::warning("watching", "not looking at " + path + ": its Trash folder " +
+                                               folder->trashDirectory +
+                                               " is no longer the one that was checked");
+        if (m_pFoldersWatcher) m_pFoldersWatcher->reread();
+        return true;
+    }
     const std::string name = TrashFolders::nameBeforeTrashing(m_arrFolders, path);
     if (!ApplicationDirectoryUtils::isApplicationAtPath(path, name)) return true;  // never will be
     auto bundle = platform::Bundle::bundleWithPath(path);

@@ -33,7 +33,7 @@ bool DirectoryWatcher::startWatching() {
     m_bIsWatching = m_pFileEventQueue != nullptr;
     if (!m_bIsWatching) return false;
     m_pFileEventQueue->setDelegate(weak_from_this());
-    m_pFileEventQueue->addPath(m_sPath);
+    m_pFileEventQueue->addPath(m_pReader->pathOnDisk(m_sPath));
     return true;
 }
 

@@ -35,9 +35,10 @@ TEST(TrashFolders, SetHoldsTheHomesFoldersAndEachDisksOwnTrash) {
     const std::string desktop = place / "home/.local/share/Trash";
     const std::string usb = place / ("usb/.Trash-" + uid);
     const std::vector<TrashFolder> expected = {
-        {TrashFolder::Kind::Home, place / "home/.Trash", {}, {}},
-        {TrashFolder::Kind::Desktop, desktop + "/files", desktop, {}},
-        {TrashFolder::Kind::Volume, usb + "/files", usb, place / "usb"},
+        {TrashFolder::Kind::Home, place / "home/.Trash", {}, {}, {}},
+        {TrashFolder::Kind::Desktop, desktop + "/files", desktop, {}, {}},
+        {TrashFolder::Kind::Volume, usb + "/files", usb, place / "usb",
+         platform::HeldFolder::open(usb)},
     };
     EXPECT_EQ(folders, expected);
     const auto* holder = TrashFolders::folderHolding(folders, usb + "/files/Notes.app");

@@ -67,7 +67,7 @@ TEST(RemovalPlan, ListsMergeByApplicationAndLeftoversStayWithTheirKind) {
         "info/Notes.app (1).trashinfo",
         "[Trash Info]\nPath=/home/u/Downloads/Notes.app\nDeletionDate=2026-11-25T10:00:00\n");
     trash.makeDir("files/Paint.2.app");
-    RemovalPlan desktop(home, {{TrashFolder::Kind::Desktop, trash / "files", trash.path(), {}}});
+    RemovalPlan desktop(home, {{TrashFolder::Kind::Desktop, trash / "files", trash.path(), {}, {}}});
     ASSERT_TRUE(desktop.add({entry(trash / "files/Notes.app (1)", 0, "com.ex.notes"),
                              entry(trash / "files/Paint.2.app", 0, "com.ex.paint")},
                             &why));

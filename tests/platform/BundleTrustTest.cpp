@@ -58,6 +58,7 @@ TEST(BundleTrust, EveryFolderUpToTheRootMustBeOwnedAndClosedToOthers) {
         {"a folder open to everybody", "/opt", {0, S_IFDIR | 0777}, false},
         {"a sticky shared folder of root's, like /tmp", "/opt", {0, S_IFDIR | 01777}, true},
         {"a sticky shared folder of another user", "/opt", {kOther, S_IFDIR | 01777}, false},
+        {"a sticky shared folder of the user's own", "/opt", {kUser, S_IFDIR | 01777}, true},
         {"a folder the group may write", "/opt/Main.app", {kUser, S_IFDIR | 0775}, false},
         {"a folder of another user", "/opt/Main.app/Contents", {kOther, S_IFDIR | 0755}, false},
         {"the program of another user", program, {kOther, S_IFREG | 0755}, false},

@@ -27,11 +27,13 @@ TEST(MountTable, TrashOfAMountIsOnlyOneTheUserAloneControls) {
     const uid_t me = ::getuid();
     const std::string own = ".Trash-" + std::to_string(me);
     const std::string inShared = ".Trash/" + std::to_string(me);
-    // A folder of that mode, a link to `link`, or with neither a file.
+    // A folder of that mode, a link to `link`, or with neither a file; of
+    // another user when `another`. "." is the top folder itself.
     struct Made {
         std::string path;
         mode_t mode = 0;
         std::string link = {};
+        bool another = false;
     };
     struct Case {
         const char* what;
@@ -53,17 +55,32 @@ TEST(MountTable, TrashOfAMountIsOnlyOneTheUserAloneControls) {
         {".Trash-uid writable by others", {{own, 0777}}, std::nullopt},
         {".Trash-uid a file", {{own}}, std::nullopt},
         {".Trash-uid of another owner", {{own, 0700}}, std::nullopt, true},
+        // Whoever may rename what lies on the way could swap the Trash.
+        {"top folder of another owner", {{".", 0755, {}, true}, {own, 0700}}, std::nullopt},
+        {"top folder open to all", {{".", 0777}, {own, 0700}}, std::nullopt},
+        {"top folder sticky and open to all", {{".", 01777}, {own, 0700}}, own},
+        {"sticky .Trash of another owner",
+         {{".Trash", 01777, {}, true}, {inShared, 0700}},
+         std::nullopt},
+        {"sticky .Trash of another owner: the own one",
+         {{".Trash", 01777, {}, true}, {inShared, 0700}, {own, 0700}},
+         own},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         testsupport::TempDir top;
         for (const Made& made : c.made) {
+            const std::string path = made.path == "." ? top.path() : top / made.path;
             if (!made.link.empty()) {
                 top.makeSymlink(made.path, top / made.link);
             } else if (made.mode == 0) {
                 top.writeFile(made.path);
             } else {
-                ::chmod(top.makeDir(made.path).c_str(), made.mode);
+                if (made.path != ".") top.makeDir(made.path);
+                ::chmod(path.c_str(), made.mode);
+            }
+            if (made.another && ::chown(path.c_str(), me + 4242, me + 4242) != 0) {
+                ::chmod(path.c_str(), 0777);  // not root: open to all fails the rule too
             }
         }
         if (c.ownedByAnother && ::chown((top / own).c_str(), me + 4242, me + 4242) != 0) {

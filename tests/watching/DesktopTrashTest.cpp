@@ -73,4 +73,45 @@ TEST(DesktopTrash, ItemsAreJudgedByTheNameTheyHadBeforeTrashing) {
     EXPECT_EQ(watcher->pathInOwnTrash(trash + "/info/x"), std::nullopt);
 }
 
+// Another user who could rename a disk's Trash away and put a link to a tree
+// of their own in its place (after the user trashed something there) gets
+// nothing of that tree read: the Trash is read through the folder that was
+// checked, and one no longer in its place is not read by its path at all.
+TEST(DesktopTrash, ADiskTrashSwappedForALinkIsNeverReadThroughIt) {
+    auto queue = std::make_shared<dispatch::ManualMainQueue>();
+    dispatch::ScopedMainQueue scoped{queue};
+    testsupport::TempDir place;
+    const std::string trash = place / ("disk/.Trash-" + std::to_string(::getuid()));
+    ::chmod(place.makeDir("disk/.Trash-" + std::to_string(::getuid()) + "/files").c_str(), 0700);
+    place.makeDir(trash.substr(place.path().size() + 1) + "/info");
+    ::chmod(trash.c_str(), 0700);
+    const std::vector<platform::MountPoint> disk = {{place / "disk", "ext4"}};
+    auto folders = TrashFoldersWatcher::create(PathsGenerator("u", place / "home"), ::getuid(),
+                                               false, [&] { return disk; });
+    auto reports = std::make_shared<Reports>();
+    auto watcher = AppsInTrashWatcher::create(reports, folders);
+    auto watched = watcher->watcherOf(trash + "/files");
+    ASSERT_TRUE(watched);
+    watched->stopWatching();
+
+    // The user trashes Notes; at once the Trash is renamed away and a link
+    // to a lure with the same name and more takes its place.
+    testsupport::makeBundle(place, trash.substr(place.path().size() + 1) + "/files/Notes.app",
+                            {{"CFBundleIdentifier", "com.example.Notes"}});
+    for (const char* app : {"lure/files/Notes.app", "lure/files/Lure.app"}) {
+        testsupport::makeBundle(place, app, {{"CFBundleIdentifier", "com.victim.Precious"}});
+    }
+    place.makeDir("lure/info");
+    ASSERT_EQ(std::rename(trash.c_str(), (place / "disk/moved").c_str()), 0);
+    place.makeSymlink("disk/.Trash-" + std::to_string(::getuid()), place / "lure");
+    watched->contentsChanged();
+    queue->advance(DirectoryWatcher::kUpdateDelay + 10ms);
+    queue->advance(IncompleteArrivals::kGiveUpAfter);
+
+    EXPECT_TRUE(watched->getFileItemWithPath(trash + "/files/Notes.app")) << "the held folder";
+    EXPECT_FALSE(watched->getFileItemWithPath(trash + "/files/Lure.app")) << "the link's tree";
+    EXPECT_TRUE(reports->got.empty());
+    EXPECT_FALSE(watcher->watcherOf(trash + "/files")) << "a Trash that is a link is dropped";
+}
+
 }  // namespace
