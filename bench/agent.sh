@@ -10,6 +10,10 @@
 #     screen, less the 2 s quiet period the Trash watcher waits by design
 #   - gio trash to window: the same from `gio trash` (the desktop Trash, as
 #     the desktop's file manager trashes) returning
+#   - busy shared disk: the agent's CPU time while another process (another
+#     user's, when run as root) creates and deletes 1,000 files a second for
+#     AGENT_CHURN_SECONDS (default 20) in the top folder of a disk where the
+#     user has no Trash yet, which the agent watches for one being made
 #
 # Prints one "name: value" line per figure. The bundle comes from the build
 # folder in SWEEPWELL_BUILD_DIR (default build/default).
@@ -30,6 +34,7 @@ if [ "${1:-}" != --inside ]; then
 fi
 
 enter_sandbox
+export SWEEPWELL_LOG=debug  # the log says which folders are watched
 cp -a "$build/Sweepwell.app" "$HOME/Applications/"
 export SWEEPWELL_PRINT_TO=$SWEEPWELL_SANDBOX/received.txt
 start_agent "$build/Sweepwell Helper.app" "$AGENT_LOG/agent.log" ||
@@ -48,6 +53,37 @@ before=$(cpu_ticks)
 sleep "$idle_seconds"
 after=$(cpu_ticks)
 idle_rss=$(resident_kib)
+
+# Another user's busy files on a shared disk (a tmpfs open to all, like /tmp).
+churn_seconds=${AGENT_CHURN_SECONDS:-20}
+# Beside the sandbox (whose folder only its user may enter), so that the other
+# user reaches it; the mount is the namespace's own.
+shared=$(mktemp -d /tmp/sweepwell-shared.XXXXXX)
+chmod 755 "$shared"
+mount -t tmpfs -o mode=1777 sweepwell-shared "$shared"
+wait_for 10 grep -q "watching the top folder $shared" "$AGENT_LOG/agent.log" ||
+  { echo "agent: error the shared disk's top folder is not watched" >&2; exit 1; }
+other=()
+[ "$(id -u)" -ne 0 ] || other=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
+churn_before=$(cpu_ticks)
+"${other[@]}" python3 - "$shared" "$churn_seconds" <<'PY' || { echo "agent: error the churn failed" >&2; exit 1; }
+import os, sys, time
+folder, seconds = sys.argv[1], float(sys.argv[2])
+start = time.monotonic()
+made = 0
+while (elapsed := time.monotonic() - start) < seconds:
+    if made >= elapsed * 1000:  # 1,000 files a second
+        time.sleep(0.001)
+        continue
+    path = os.path.join(folder, "churn-%d" % (made % 100))
+    with open(path, "w"):
+        pass
+    os.unlink(path)
+    made += 1
+PY
+churn_after=$(cpu_ticks)
+umount "$shared"
+rmdir "$shared"
 
 rounds=${AGENT_ROUNDS:-7}
 # One round: a new application, trashed by "$1" (a function given its path),
@@ -86,6 +122,8 @@ busy_rss=$(resident_kib)
 median() { sort -n | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
 awk -v t=$((after - before)) -v hz="$ticks_per_second" -v s="$idle_seconds" \
   'BEGIN { printf "agent idle CPU over %d s: %.3f %% (%.2f s of CPU)\n", s, 100 * t / hz / s, t / hz }'
+awk -v t=$((churn_after - churn_before)) -v hz="$ticks_per_second" -v s="$churn_seconds" \
+  'BEGIN { printf "agent CPU while another process churns 1000 files/s in a watched top folder over %d s: %.3f %% (%.2f s of CPU)\n", s, 100 * t / hz / s, t / hz }'
 awk -v k="$idle_rss" 'BEGIN { printf "agent idle resident memory: %.1f MiB\n", k / 1024 }'
 awk -v k="$busy_rss" -v n="$rounds" 'BEGIN { printf "agent resident memory after %d notifications: %.1f MiB\n", n, k / 1024 }'
 echo "agent move to window beyond the quiet period median: $(median <"$AGENT_LOG/latencies") ms"

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "dispatch/MainQueue.h"
+#include "platform/Log.h"
 
 std::shared_ptr<TrashFoldersWatcher> TrashFoldersWatcher::create(PathsGenerator paths, uid_t uid,
                                                                  bool watchMounts,
@@ -56,8 +57,33 @@ void TrashFoldersWatcher::reread() {
 }
 
 void TrashFoldersWatcher::receivedNotification(FileEventQueue&, const std::string&,
-                                               const std::string&) {
-    scheduleReread();
+                                               const std::string& path) {
+    const auto watch = m_arrTopWatches.find(path);
+    if (watch == m_arrTopWatches.end() || m_arrResting.count(path) != 0) return;
+    // One look soon; then no event of this folder reaches the agent until
+    // its rest ends, however busy anyone keeps it.
+    m_pTopsQueue->removePath(path);
+    m_arrResting.insert(path);
+    auto& main = dispatch::MainQueue::main();
+    main.after(kRereadDelay, [weak = weak_from_this(), top = watch->second] {
+        if (auto self = weak.lock()) self->lookForTrashOf(top);
+    });
+    main.after(kTopRest, [weak = weak_from_this(), path] {
+        if (auto self = weak.lock()) self->endRest(path);
+    });
+}
+
+void TrashFoldersWatcher::lookForTrashOf(const std::string& top) {
+    if (platform::MountTable::trashFolderOfMount(top, m_nUid)) scheduleReread();
+}
+
+// Watched again first, then looked at: nothing made during the rest is missed.
+void TrashFoldersWatcher::endRest(const std::string& path) {
+    m_arrResting.erase(path);
+    const auto watch = m_arrTopWatches.find(path);
+    if (watch == m_arrTopWatches.end() || !m_pTopsQueue) return;
+    m_pTopsQueue->addPath(path, platform::kNoteWrite);
+    lookForTrashOf(watch->second);
 }
 
 void TrashFoldersWatcher::scheduleReread() {
@@ -78,18 +104,29 @@ void TrashFoldersWatcher::watchTopsWithoutTrash(const std::vector<platform::Moun
         if (!m_pTopsQueue) return;
         m_pTopsQueue->setDelegate(weak_from_this());
     }
-    m_pTopsQueue->removeAllPaths();
+    std::map<std::string, std::string> wanted;
     for (const auto& mount : mounts) {
         const bool watched = std::any_of(m_arrFolders.begin(), m_arrFolders.end(), [&](auto& f) {
             return f.kind == TrashFolder::Kind::Volume && f.topDirectory == mount.path;
         });
         if (watched) continue;
-        m_pTopsQueue->addPath(mount.path, platform::kNoteWrite);
+        wanted.emplace(mount.path, mount.path);
         // A Trash made without its "files" yet gets it next.
         if (const auto trash = platform::MountTable::trashFolderOfMount(mount.path, m_nUid)) {
-            m_pTopsQueue->addPath(*trash, platform::kNoteWrite);
+            wanted.emplace(*trash, mount.path);
         }
     }
+    for (const auto& [path, top] : m_arrTopWatches) {
+        if (!wanted.count(path)) m_pTopsQueue->removePath(path);
+    }
+    for (const auto& [path, top] : wanted) {
+        if (!m_arrTopWatches.count(path)) {
+            platform::Log::debug("watching", "watching the top folder " + path +
+                                                 " for a Trash of the user to be made");
+        }
+        if (!m_arrResting.count(path)) m_pTopsQueue->addPath(path, platform::kNoteWrite);
+    }
+    m_arrTopWatches = std::move(wanted);
 }
 
 void TrashFoldersWatcher::startFollowingMounts() {

@@ -4,7 +4,9 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "dispatch/TimerHandle.h"
@@ -26,8 +28,11 @@ public:
 
 // Keeps the set of Trash folders current while disks come and go: the set is
 // read again when the mount table changes, and when the top folder of a disk
-// that has no Trash of the user yet changes (the first item trashed there
-// makes one). Main-thread only, but for its own mount-table thread.
+// that has no Trash of the user yet gains one (the first item trashed there
+// makes it). Such a top folder may be anyone's busy folder (/tmp): a change
+// there costs one look for the user's Trash, and the folder then rests
+// unwatched for kTopRest before it is watched and looked at again. Main-thread
+// only, but for its own mount-table thread.
 class TrashFoldersWatcher final : public FileEventQueueDelegate,
                                   public std::enable_shared_from_this<TrashFoldersWatcher> {
     struct Private {};
@@ -38,6 +43,8 @@ public:
     // How long after a change the set is read again, so that a burst of
     // changes (a disk's partitions mounted one by one) costs one read.
     static constexpr std::chrono::milliseconds kRereadDelay{250};
+    // How long a top folder that changed goes unwatched.
+    static constexpr std::chrono::milliseconds kTopRest{3000};
 
     // Reads the set now; `watchMounts` starts following the mount table.
     static std::shared_ptr<TrashFoldersWatcher> create(
@@ -53,13 +60,16 @@ public:
 
     // Reads the set again now and tells the delegate when it changed.
     void reread();
-    // A change of a watched top folder.
+    // A change of a watched top folder (or of a Trash that has no "files" yet).
     void receivedNotification(FileEventQueue& queue, const std::string& name,
                               const std::string& path) override;
 
 private:
     void scheduleReread();
     void watchTopsWithoutTrash(const std::vector<platform::MountPoint>& mounts);
+    // Reads the set again if the disk mounted at `top` has a Trash of the user now.
+    void lookForTrashOf(const std::string& top);
+    void endRest(const std::string& path);
     void startFollowingMounts();
 
     PathsGenerator m_paths;
@@ -69,6 +79,9 @@ private:
     std::vector<std::string> m_arrMountPaths;  // the disks of the last read
     std::weak_ptr<TrashFoldersWatcherDelegate> m_pDelegate;
     std::shared_ptr<FileEventQueue> m_pTopsQueue;
+    // What the tops queue should watch: a path and the top folder of its disk.
+    std::map<std::string, std::string> m_arrTopWatches;
+    std::set<std::string> m_arrResting;  // watches dropped until their rest ends
     dispatch::TimerHandle m_rereadRequest;
     // Shared with the mount-table thread, which may outlive this object by one wait.
     std::shared_ptr<std::atomic<bool>> m_pKeepFollowing;

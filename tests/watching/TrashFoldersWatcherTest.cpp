@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <thread>
+
 #include "support/TempDir.h"
 #include "watching/TrashFoldersWatcher.h"
 #include "watching/WatchingTestSupport.h"
@@ -56,6 +59,44 @@ TEST(TrashFoldersWatcher, FollowsADisksTrashAppearingAndTheDiskGoing) {
     ASSERT_EQ(recorder->sets.size(), 3U);
     EXPECT_EQ(recorder->sets.back().size(), 3U);
     EXPECT_TRUE(recorder->made.back().empty());
+}
+
+// Anyone's busy top folder (a shared /tmp) costs a look for the user's Trash
+// now and then, never a read of the whole set per change; a Trash made while
+// the folder rests unwatched is still found.
+TEST(TrashFoldersWatcher, ABusyTopFolderCostsALookNowAndThen) {
+    watchingtest::RealMainLoop loop;
+    testsupport::TempDir place;
+    const std::string top = place.makeDir("shared");
+    int reads = 0;
+    auto watcher = TrashFoldersWatcher::create(PathsGenerator("alice", place / "home"),
+                                               ::getuid(), false, [&] {
+                                                   ++reads;
+                                                   return std::vector<platform::MountPoint>{
+                                                       {top, "tmpfs"}};
+                                               });
+    auto recorder = std::make_shared<Recorder>();
+    watcher->setDelegate(recorder);
+    const int readsAtStart = reads;
+
+    std::atomic<bool> busy = true;
+    std::thread other([&] {
+        for (int i = 0; busy; ++i) {
+            const std::string file = top + "/churn-" + std::to_string(i % 50);
+            place.writeFile("shared/churn-" + std::to_string(i % 50));
+            ::unlink(file.c_str());
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+    });
+    loop->runUntil([] { return false; }, TrashFoldersWatcher::kTopRest / 2);
+    EXPECT_EQ(reads, readsAtStart) << "the set was read again for changes of another's files";
+
+    place.makeDir("shared/.Trash-" + std::to_string(::getuid()) + "/files");
+    EXPECT_TRUE(loop->runUntil([&] { return !recorder->sets.empty(); }, testsupport::kPatience));
+    busy = false;
+    other.join();
+    ASSERT_FALSE(recorder->sets.empty());
+    EXPECT_EQ(recorder->sets.back().back().topDirectory, top);
 }
 
 }  // namespace
