@@ -9,6 +9,7 @@
 #include <memory>
 #include <string_view>
 
+#include "environment/LeftoverPlaces.h"
 #include "platform/PathUtils.h"
 
 namespace mainapp {
@@ -16,20 +17,6 @@ namespace mainapp {
 namespace {
 
 constexpr std::int32_t kTypeBundle = 0;
-
-// Folders of the home whose leftovers are listed, relative to it. They and
-// every folder above them hold other applications' files too: never moved.
-constexpr std::array<std::string_view, 8> kDeepLibraryFolders{
-    "Library/Application Support/Caches/com.apple.helpd/Generated",
-    "Library/Application Support/Caches/com.apple.helpd/SDMHelpData/Other/English/"
-    "HelpSDMIndexFile",
-    "Library/Application Support/Growl/Tickets",
-    "Library/Application Support/CrashReporter",
-    "Library/Caches",
-    "Library/Saved Application State",
-    "Library/LaunchAgents",
-    "Library/Containers",
-};
 
 std::vector<std::string_view> componentsOf(std::string_view path) {
     std::vector<std::string_view> parts;
@@ -52,18 +39,6 @@ std::optional<std::string> relativeToHome(const std::string& path, const std::st
     return path.substr(home.size() + 1);
 }
 
-bool holdsOtherApplicationsFiles(const std::string& relative) {
-    const auto parts = componentsOf(relative);
-    // The Library folders themselves and every folder above the deep ones.
-    if (parts.size() == 2 && parts[0] == "Library") return true;
-    return std::any_of(
-        kDeepLibraryFolders.begin(), kDeepLibraryFolders.end(), [&](std::string_view folder) {
-            return folder == relative || (folder.size() > relative.size() &&
-                                          folder.substr(0, relative.size()) == relative &&
-                                          folder[relative.size()] == '/');
-        });
-}
-
 std::optional<std::string> realPath(const std::string& path) {
     std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr), std::free);
     if (!real) return std::nullopt;
@@ -77,8 +52,15 @@ std::optional<std::string> refusalOfPlace(const std::string& path, const std::st
     if (relative->empty() || relative->find('/') == std::string::npos) {
         return "it is your home folder or a folder directly in it";
     }
-    if (holdsOtherApplicationsFiles(*relative)) {
+    const auto parts = componentsOf(*relative);
+    if ((parts.size() == 2 && parts[0] == "Library") ||
+        LeftoverPlaces::holdsOtherApplicationsFiles(*relative)) {
         return "it is a folder that holds other applications' files";
+    }
+    // Only what the leftover search could have named: one entry directly in
+    // one of the folders it looks in.
+    if (!LeftoverPlaces::folderHolding(*relative)) {
+        return "it is not a place where applications leave their files";
     }
     return std::nullopt;
 }
@@ -167,7 +149,11 @@ bool RemovalPlan::add(const std::vector<std::shared_ptr<PathForRemove>>& entries
     for (const auto& entry : entries) {
         if (!entry) continue;
         Application& app = applicationFor(entry->bundleId());
-        if (entry->type() == kTypeBundle) {
+        // The trashed application itself is only ever named, and only where
+        // the leftover search finds one: in a Trash folder.
+        const bool bundleInTrash =
+            TrashFolders::folderHolding(m_arrTrashFolders, entry->path()) != nullptr;
+        if (entry->type() == kTypeBundle && bundleInTrash) {
             app.bundlePath = entry->path();
             // Named as the user knew it, not as a desktop Trash stored it.
             const std::string name =
@@ -183,7 +169,9 @@ bool RemovalPlan::add(const std::vector<std::shared_ptr<PathForRemove>>& entries
         Leftover leftover;
         leftover.path = entry->path();
         leftover.kind = kindOf(*entry, m_sHome);
-        leftover.refusal = refusalFor(entry->path(), m_sHome);
+        leftover.refusal = entry->type() == kTypeBundle
+                               ? std::optional<std::string>("it is an application outside the Trash")
+                               : refusalFor(entry->path(), m_sHome);
         leftover.checked = !leftover.refusal;
         if (leftover.refusal) leftover.outcome = Outcome::Refused;
         // Kept next to the others of its kind, so that the window can group them.

@@ -16,10 +16,11 @@
 namespace mainapp {
 
 // Why a path from a list must not be acted on; nullopt when it may be moved
-// to the Trash. The rules hold whatever the list says: only what lies inside
-// `home`, below its direct children and below the Library folders themselves,
-// and whose real location (the links above it resolved) is still such a
-// place. `home` is the user's home folder as an absolute path.
+// to the Trash. The rules hold whatever the list says: only one entry
+// directly inside one of the folders the leftover search looks in
+// (LeftoverPlaces), whose real location (the links above it resolved) is
+// still such a place, and which is the user's own. `home` is the user's home
+// folder as an absolute path.
 std::optional<std::string> refusalFor(const std::string& path, const std::string& home);
 
 // The path as the user reads it: the home folder shown as "~".

@@ -4,6 +4,7 @@
 #include <cassert>
 
 #include "dispatch/MainQueue.h"
+#include "environment/LeftoverPlaces.h"
 #include "environment/StringUtils.h"
 #include "platform/Bundle.h"
 #include "platform/DirectoryLister.h"
@@ -112,25 +113,23 @@ void SimpleRemainsInfo::findRemains(const PathsGenerator& paths) {
     if (!platform::isUsableHomeDirectory(*m_sHomePath)) m_sHomePath.reset();
     const auto& id = m_sBundleID;
     const std::optional<std::string> name = m_sBundleName;
-    const std::string support = "Library/Application Support";
-    addFileWithSubPath("Library/Caches", id, "", kTypeCache);
-    addFileWithSubPath("Library/Saved Application State", id, ".savedState", kTypeCache);
-    addFileWithSubPath("Library/Preferences", id, ".plist", kTypePreferences);
-    addFileWithSubPath("Library/Preferences", name, "", kTypePreferences);
-    addFileWithSubPath("Library/Logs", name, ".log", kTypeLog);
-    addFileWithSubPath("Library/Cookies", id, ".cookies", kTypeCookies);
-    addFileWithSubPath("Library/Containers", id, "", kTypeContainer);
-    addFileWithSubPath(support + "/Caches/com.apple.helpd/Generated", id, ".help",
+    namespace places = LeftoverPlaces;
+    const auto in = [](std::string_view folder) { return std::string(folder); };
+    addFileWithSubPath(in(places::kCaches), id, "", kTypeCache);
+    addFileWithSubPath(in(places::kSavedState), id, ".savedState", kTypeCache);
+    addFileWithSubPath(in(places::kPreferences), id, ".plist", kTypePreferences);
+    addFileWithSubPath(in(places::kPreferences), name, "", kTypePreferences);
+    addFileWithSubPath(in(places::kLogs), name, ".log", kTypeLog);
+    addFileWithSubPath(in(places::kCookies), id, ".cookies", kTypeCookies);
+    addFileWithSubPath(in(places::kContainers), id, "", kTypeContainer);
+    addFileWithSubPath(in(places::kHelpGenerated), id, ".help", kTypeSupportItem);
+    addFileWithSubPath(in(places::kHelpIndex), id, ".help", kTypeSupportItem);
+    addFileWithSubPath(in(places::kGrowlTickets), name, ".growlTicket", kTypeSupportItem);
+    addFileWithSubPath(in(places::kApplicationSupport), name, "", kTypeSupportItem);
+    addPathInSubFolder(in(places::kLaunchAgents), id, &isLaunchAgentOf, m_arrRemainsObjectPaths,
                        kTypeSupportItem);
-    addFileWithSubPath(
-        support + "/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile", id, ".help",
-        kTypeSupportItem);
-    addFileWithSubPath(support + "/Growl/Tickets", name, ".growlTicket", kTypeSupportItem);
-    addFileWithSubPath(support, name, "", kTypeSupportItem);
-    addPathInSubFolder("Library/LaunchAgents", id, &isLaunchAgentOf, m_arrRemainsObjectPaths,
-                       kTypeSupportItem);
-    addPathInSubFolder(support + "/CrashReporter", name, &isCrashReportOf, m_arrRemainsObjectPaths,
-                       kTypeCrashReport);
+    addPathInSubFolder(in(places::kCrashReporter), name, &isCrashReportOf,
+                       m_arrRemainsObjectPaths, kTypeCrashReport);
 }
 
 void SimpleRemainsInfo::addFileWithSubPath(const std::string& subPath,

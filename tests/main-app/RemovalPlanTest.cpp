@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "core/RemovalPlan.h"
+#include "environment/PathsGenerator.h"
 #include "support/DataTable.h"
 #include "support/TempDir.h"
 
@@ -34,13 +35,14 @@ std::shared_ptr<PathForRemove> entry(const std::string& path, int type, const ch
 
 TEST(RemovalPlan, ListsMergeByApplicationAndLeftoversStayWithTheirKind) {
     const std::string home = "/home/u";
-    RemovalPlan plan(home);
+    RemovalPlan plan(home, TrashFolders::ofHome(PathsGenerator("u", home)));
     std::string why;
     ASSERT_TRUE(
         plan.add({entry("/home/u/.Trash/Notes.app", 0, "com.ex.notes"),
                   entry("/home/u/Library/Caches/com.ex.notes", 8, "com.ex.notes"),
                   entry("/home/u/Library/Preferences/com.ex.notes.plist", 10, "com.ex.notes"),
-                  entry("/etc", 8, "com.ex.notes")},
+                  entry("/etc", 8, "com.ex.notes"),
+                  entry("/home/u/Applications/Mail.app", 0, "com.ex.mail")},
                  &why));
     // A second list: the same application again, with one leftover new, and another one.
     ASSERT_TRUE(plan.add({entry("/home/u/Library/Caches/com.ex.notes", 8, "com.ex.notes"),
@@ -48,7 +50,7 @@ TEST(RemovalPlan, ListsMergeByApplicationAndLeftoversStayWithTheirKind) {
                                 8, "com.ex.notes"),
                           entry("/home/u/Library/Caches/com.ex.paint", 8, "com.ex.paint")},
                          &why));
-    ASSERT_EQ(plan.applications().size(), 2u);
+    ASSERT_EQ(plan.applications().size(), 3u);
     const auto& notes = plan.applications()[0];
     EXPECT_EQ(notes.name, "Notes");
     EXPECT_EQ(notes.bundlePath, "/home/u/.Trash/Notes.app");
@@ -58,7 +60,12 @@ TEST(RemovalPlan, ListsMergeByApplicationAndLeftoversStayWithTheirKind) {
     EXPECT_EQ(notes.leftovers[1].path, "/etc");
     EXPECT_TRUE(notes.leftovers[1].refusal);
     EXPECT_FALSE(notes.leftovers[1].checked);
-    EXPECT_EQ(plan.applications()[1].name, "com.ex.paint");
+    // A bundle outside any Trash is shown, refused, and never the one named.
+    const auto& mail = plan.applications()[1];
+    EXPECT_EQ(mail.bundlePath, std::nullopt);
+    ASSERT_EQ(mail.leftovers.size(), 1u);
+    EXPECT_EQ(mail.leftovers[0].refusal, "it is an application outside the Trash");
+    EXPECT_EQ(plan.applications()[2].name, "com.ex.paint");
 
     // A second "Notes" stored under another name in a desktop Trash is named by its trash info.
     testsupport::TempDir trash;
@@ -86,7 +93,7 @@ TEST(RemovalPlan, ListsMergeByApplicationAndLeftoversStayWithTheirKind) {
                                                       entry("/home/u/Library/Caches/y", 8, "a.b"));
     EXPECT_FALSE(plan.add(flood, &why));
     EXPECT_NE(why.find("10001"), std::string::npos) << why;
-    EXPECT_EQ(plan.applications().size(), 2u);
+    EXPECT_EQ(plan.applications().size(), 3u);
 }
 
 }  // namespace
