@@ -83,6 +83,11 @@ bool writeFileAtomically(const std::string& path, std::string_view contents, uns
     return true;
 }
 
+bool leadsToFolder(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 bool makePrivateFolders(const std::string& path) {
     for (std::size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
         const std::string prefix = path.substr(0, slash);

@@ -69,6 +69,9 @@ bool writeAll(int fd, const void* bytes, std::size_t size);
 // the old file is untouched and the temporary one is gone.
 bool writeFileAtomically(const std::string& path, std::string_view contents, unsigned permissions);
 
+// Whether the path leads to a folder, a final link followed.
+bool leadsToFolder(const std::string& path);
+
 // Makes every missing folder of `path` with mode 0700 (the per-user data and
 // config folders are private); true when `path` ends up a folder.
 bool makePrivateFolders(const std::string& path);

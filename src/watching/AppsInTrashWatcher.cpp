@@ -58,43 +58,16 @@ void AppsInTrashWatcher::trashFoldersChanged(const std::vector<TrashFolder>& fol
 void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
                                       const std::vector<std::string>& made) {
     std::map<std::string, std::shared_ptr<DirectoryWatcher>> watchers;
+    std::vector<TrashFolder> absent;
     for (const auto& folder : folders) {
         if (auto kept = watcherOf(folder.path)) {
             watchers[folder.path] = std::move(kept);
             continue;
         }
-        // The desktop Trash is made by the first item trashed; made now, it
-        // can be watched from the start, as trashing programs would make it.
-        if (folder.kind == TrashFolder::Kind::Desktop) {
-            platform::makePrivateFolders(folder.path);
-            platform::makePrivateFolders(folder.trashDirectory + "/info");
-        }
-        // A disk's Trash is read and watched through the folder that passed
-        // the trust check, whatever is renamed or linked in above it later.
-        auto watcher =
-            DirectoryWatcher::create(folder.path, platform::DirectoryReader::through(folder.held),
-                                     [] { return FileEventQueue::create(); });
-        watcher->setDelegate(weak_from_this());
-        if (folder.hasTrashInfo()) {
-            watcher->setNameOfItem([weak = weak_from_this()](const std::string& path) {
-                const auto self = weak.lock();
-                return self ? TrashFolders::nameBeforeTrashing(self->m_arrFolders, path)
-                            : platform::PathUtils::lastPathComponent(path);
-            });
-        }
-        // Without kernel events nothing new in this folder is ever seen; the
-        // agent goes on with its other work.
-        if (!watcher->isWatching()) {
-            platform::Log::warning("watching",
-                                   folder.path + " is not watched: no file event queue");
-        } else {
-            platform::Log::debug("watching", "watching the Trash folder " + folder.path);
-            // Some programs write the trash info after the item: its arrival
-            // pushes the folder's re-read back like any change of the folder.
-            if (folder.hasTrashInfo()) {
-                watcher->getFileEventQueue()->addPath(
-                    folder.readablePath(folder.trashDirectory + "/info"));
-            }
+        auto watcher = watch(folder);
+        if (!watcher) {
+            absent.push_back(folder);
+            continue;
         }
         // Whatever a Trash made just now holds was trashed just now: once it
         // has settled it is searched like a folder dropped into the Trash.
@@ -116,6 +89,112 @@ void AppsInTrashWatcher::watchFolders(const std::vector<TrashFolder>& folders,
     }
     m_arrWatchers = std::move(watchers);
     m_arrFolders = folders;
+    m_arrAbsent = std::move(absent);
+    watchForAbsentFolders();
+}
+
+// The watcher of one folder, or null for a home Trash folder that is not
+// there (yet). The desktop Trash is made by the first item trashed; made now,
+// it can be watched from the start, as trashing programs would make it.
+std::shared_ptr<DirectoryWatcher> AppsInTrashWatcher::watch(const TrashFolder& folder) {
+    if (folder.kind == TrashFolder::Kind::Desktop) {
+        platform::makePrivateFolders(folder.path);
+        platform::makePrivateFolders(folder.trashDirectory + "/info");
+    }
+    if (folder.kind != TrashFolder::Kind::Volume && !platform::leadsToFolder(folder.path)) {
+        return nullptr;
+    }
+    // A disk's Trash is read and watched through the folder that passed
+    // the trust check, whatever is renamed or linked in above it later.
+    auto watcher =
+        DirectoryWatcher::create(folder.path, platform::DirectoryReader::through(folder.held),
+                                 [] { return FileEventQueue::create(); });
+    watcher->setDelegate(weak_from_this());
+    if (folder.hasTrashInfo()) {
+        watcher->setNameOfItem([weak = weak_from_this()](const std::string& path) {
+            const auto self = weak.lock();
+            return self ? TrashFolders::nameBeforeTrashing(self->m_arrFolders, path)
+                        : platform::PathUtils::lastPathComponent(path);
+        });
+    }
+    // Without kernel events nothing new in this folder is ever seen; the
+    // agent goes on with its other work.
+    if (!watcher->isWatching()) {
+        platform::Log::warning("watching", folder.path + " is not watched: no file event queue");
+    } else {
+        platform::Log::debug("watching", "watching the Trash folder " + folder.path);
+        // Some programs write the trash info after the item: its arrival
+        // pushes the folder's re-read back like any change of the folder.
+        if (folder.hasTrashInfo()) {
+            watcher->getFileEventQueue()->addPath(
+                folder.readablePath(folder.trashDirectory + "/info"));
+        }
+    }
+    return watcher;
+}
+
+void AppsInTrashWatcher::onWatchedFolderGone(const std::string& path) {
+    const auto folder = std::find_if(m_arrFolders.begin(), m_arrFolders.end(),
+                                     [&](const TrashFolder& f) { return f.path == path; });
+    if (folder == m_arrFolders.end()) return;
+    m_arrWatchers.erase(path);
+    if (folder->kind == TrashFolder::Kind::Volume) {
+        // The set drops it, and watches its disk for a Trash made again.
+        if (m_pFoldersWatcher) m_pFoldersWatcher->reread();
+        return;
+    }
+    platform::Log::warning("watching",
+                        "the Trash folder " + path + " is gone; watching for it to be made again");
+    m_arrAbsent.push_back(*folder);
+    watchForAbsentFolders();
+    scheduleAbsentLook();  // the settling starts now
+}
+
+void AppsInTrashWatcher::watchForAbsentFolders() {
+    if (m_arrAbsent.empty()) {
+        m_absentLook.cancel();
+        m_pAbsentQueue.reset();
+        return;
+    }
+    if (!m_pAbsentQueue) {
+        m_pAbsentQueue = FileEventQueue::create();
+        if (!m_pAbsentQueue) return;
+        m_pAbsentQueue->setDelegate(weak_from_this());
+    }
+    m_pAbsentQueue->removeAllPaths();
+    for (const auto& folder : m_arrAbsent) {
+        std::string above = platform::PathUtils::stringByDeletingLastPathComponent(folder.path);
+        while (above.size() > 1 && !platform::leadsToFolder(above)) {
+            above = platform::PathUtils::stringByDeletingLastPathComponent(above);
+        }
+        m_pAbsentQueue->addPath(above, platform::kNoteWrite);
+    }
+}
+
+void AppsInTrashWatcher::receivedNotification(FileEventQueue&, const std::string&,
+                                              const std::string&) {
+    scheduleAbsentLook();
+}
+
+void AppsInTrashWatcher::scheduleAbsentLook() {
+    m_absentLook.cancel();
+    m_absentLook =
+        dispatch::MainQueue::main().after(kAbsentSettleDelay, [weak = weak_from_this()] {
+            if (auto self = weak.lock()) self->lookForAbsentFolders();
+        });
+}
+
+void AppsInTrashWatcher::lookForAbsentFolders() {
+    std::vector<TrashFolder> still;
+    for (const auto& folder : m_arrAbsent) {
+        if (auto watcher = watch(folder)) {
+            m_arrWatchers[folder.path] = std::move(watcher);
+        } else {
+            still.push_back(folder);
+        }
+    }
+    m_arrAbsent = std::move(still);
+    watchForAbsentFolders();
 }
 
 std::optional<std::string> AppsInTrashWatcher::pathInOwnTrash(const std::string& path) const {

@@ -26,9 +26,15 @@ public:
 // judged by the name it had before it was trashed (its trash info says it),
 // so "Notes.app (1)" is an application when it was "Notes.app". A bundle that
 // is not whole yet when its folder settles is waited for (IncompleteArrivals).
+// A Trash folder of the home that is missing or goes away (a cleaning tool
+// removes it whole) is watched for through the nearest folder above it, up to
+// the home, and watched again as at the start once it is there: the desktop
+// Trash is made again by the agent itself once the removal has settled, as at
+// the start; what a folder holds when it is found is taken as present.
 // Main-thread only.
 class AppsInTrashWatcher final : public DirectoryWatcherDelegate,
                                  public TrashFoldersWatcherDelegate,
+                                 public FileEventQueueDelegate,
                                  public std::enable_shared_from_this<AppsInTrashWatcher> {
     struct Private {};
 
@@ -57,7 +63,15 @@ public:
     // for a path elsewhere, a disk's Trash included.
     std::optional<std::string> pathInOwnTrash(const std::string& path) const;
 
+    // How long the folder above a missing Trash folder must be still before
+    // the agent looks again (a removal of a large Trash takes a while).
+    static constexpr std::chrono::milliseconds kAbsentSettleDelay{1000};
+
     void onAddedAppWithPath(const std::string& path) override;
+    void onWatchedFolderGone(const std::string& path) override;
+    // A change above a missing Trash folder.
+    void receivedNotification(FileEventQueue& queue, const std::string& name,
+                              const std::string& path) override;
     void trashFoldersChanged(const std::vector<TrashFolder>& folders,
                              const std::vector<std::string>& made) override;
 
@@ -72,10 +86,19 @@ private:
                       const std::vector<std::string>& made = {});
     // Hands the bundle on when it is whole; false when it is not yet.
     bool handOnIfWhole(const std::string& path);
+    std::shared_ptr<DirectoryWatcher> watch(const TrashFolder& folder);
+    // Watches the nearest folder above each missing home Trash folder.
+    void watchForAbsentFolders();
+    void scheduleAbsentLook();
+    void lookForAbsentFolders();
 
     std::weak_ptr<AppsInTrashWatcherListener> m_pListener;
     std::shared_ptr<TrashFoldersWatcher> m_pFoldersWatcher;
     std::vector<TrashFolder> m_arrFolders;
     std::map<std::string, std::shared_ptr<DirectoryWatcher>> m_arrWatchers;
     std::shared_ptr<IncompleteArrivals> m_pIncomplete;
+    // Home Trash folders that are missing, and what is watched for them.
+    std::vector<TrashFolder> m_arrAbsent;
+    std::shared_ptr<FileEventQueue> m_pAbsentQueue;
+    dispatch::TimerHandle m_absentLook;
 };

@@ -58,8 +58,19 @@ std::shared_ptr<FileItem> DirectoryWatcher::getFileItemWithPath(const std::strin
     return node;
 }
 
-void DirectoryWatcher::receivedNotification(FileEventQueue&, const std::string&,
-                                            const std::string&) {
+void DirectoryWatcher::receivedNotification(FileEventQueue&, const std::string& name,
+                                            const std::string& path) {
+    if (!m_bIsWatching) return;  // the rest of an event that ended the watch
+    const bool gone = name == FileEventQueueFileDeletedNotification ||
+                      name == FileEventQueueFileRenamedNotification ||
+                      name == FileEventQueueAccessWasRevokedNotification;
+    if (gone && path == m_pReader->pathOnDisk(m_sPath)) {
+        // The kernel watches what the path led to, which is no longer it.
+        m_updateRequest.cancel();
+        stopWatching();
+        if (auto delegate = m_pDelegate.lock()) delegate->onWatchedFolderGone(m_sPath);
+        return;
+    }
     contentsChanged();
 }
 

@@ -14,6 +14,9 @@ public:
     virtual ~DirectoryWatcherDelegate() = default;
     // A top-level application bundle appeared at the path (main thread).
     virtual void onAddedAppWithPath(const std::string& path) = 0;
+    // The watched folder itself was removed, renamed away or its disk
+    // unmounted: the watcher has stopped watching (main thread).
+    virtual void onWatchedFolderGone(const std::string& /*path*/) {}
 };
 
 // Watches one folder: keeps a tree of it, re-reads it once changes have been
