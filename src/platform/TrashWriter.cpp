@@ -111,10 +111,11 @@ bool isOwnFolder(int fd, uid_t uid, struct stat* status) {
            (status->st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-// Opens `name` in the folder `at` (made 0700 when missing) without following
-// a link; an unsafe folder is refused, not repaired.
-UniqueFd openOwnFolder(int at, const char* name, uid_t uid, struct stat* status, std::string* why) {
-    if (::mkdirat(at, name, 0700) != 0 && errno != EEXIST) {
+// Opens `name` in the folder `at` (made 0700 when missing and `make`) without
+// following a link; an unsafe folder is refused, not repaired.
+UniqueFd openOwnFolder(int at, const char* name, uid_t uid, bool make, struct stat* status,
+                       std::string* why) {
+    if (make && ::mkdirat(at, name, 0700) != 0 && errno != EEXIST) {
         *why = kNoHomeTrash;
         return {};
     }
@@ -130,7 +131,10 @@ UniqueFd openOwnFolder(int at, const char* name, uid_t uid, struct stat* status,
     return folder;
 }
 
-std::optional<OpenTrash> openTrash(const std::string& directory, uid_t uid, std::string* why) {
+// A disk's Trash folder itself is never made here: only one that the agent's
+// checks found is used.
+std::optional<OpenTrash> openTrash(const std::string& directory, bool make, uid_t uid,
+                                   std::string* why) {
     const auto split = splitPlain(directory);
     if (!split) {
         *why = kNoHomeTrash;
@@ -142,14 +146,15 @@ std::optional<OpenTrash> openTrash(const std::string& directory, uid_t uid, std:
         return std::nullopt;
     }
     struct stat status {};
-    const UniqueFd trash = openOwnFolder(parent.get(), split->second.c_str(), uid, &status, why);
+    const UniqueFd trash =
+        openOwnFolder(parent.get(), split->second.c_str(), uid, make, &status, why);
     if (!trash) return std::nullopt;
     OpenTrash open{directory, {}, {}, 0, 0};
-    open.files = openOwnFolder(trash.get(), "files", uid, &status, why);
+    open.files = openOwnFolder(trash.get(), "files", uid, true, &status, why);
     if (!open.files) return std::nullopt;
     open.device = status.st_dev;
     open.filesInode = status.st_ino;
-    open.info = openOwnFolder(trash.get(), "info", uid, &status, why);
+    open.info = openOwnFolder(trash.get(), "info", uid, true, &status, why);
     if (!open.info) return std::nullopt;
     return open;
 }
@@ -217,7 +222,7 @@ TrashWriter::Result TrashWriter::moveToTrash(const std::string& path) const {
         const auto above = splitPlain(*m_pHomeTrash);
         if (above && makePrivateFolders(above->first)) {
             homeWhy.clear();
-            const auto home = openTrash(*m_pHomeTrash, m_nUid, &homeWhy);
+            const auto home = openTrash(*m_pHomeTrash, true, m_nUid, &homeWhy);
             if (home && home->device == entry.st_dev) {
                 if (isInside(*home)) return refused(kInTrash);
                 return moveInto(*home, parent.get(), name, path);
@@ -226,10 +231,17 @@ TrashWriter::Result TrashWriter::moveToTrash(const std::string& path) const {
     }
     for (const auto& disk : m_arrDisks) {
         const std::string relative = relativeTo(path, disk.topDirectory);
-        if (relative.empty()) continue;
-        std::string diskWhy;
-        const auto trash = openTrash(disk.trashDirectory, m_nUid, &diskWhy);
-        if (!trash || trash->device != entry.st_dev) continue;
+        struct stat top {};
+        if (relative.empty() || ::stat(disk.topDirectory.c_str(), &top) != 0 ||
+            top.st_dev != entry.st_dev) {
+            continue;
+        }
+        // The entry's own disk: its Trash, unless that turned unsafe since
+        // the agent looked.
+        std::string why;
+        const auto trash = openTrash(disk.trashDirectory, false, m_nUid, &why);
+        if (!trash) return refused(why);
+        if (trash->device != entry.st_dev) continue;
         if (isInside(*trash)) return refused(kInTrash);
         return moveInto(*trash, parent.get(), name, relative);
     }

@@ -218,6 +218,14 @@ TEST(TrashWriter, UsesADisksTrashOnlyWhenItIsTrusted) {
         }
 
         const TrashWriter trusted(homeTrash, {{diskTrash, disk}}, ::geteuid());
+        // Trusted once, but made unsafe since: nothing goes through the link.
+        if (::symlink((disk + "/Library").c_str(), (diskTrash + "/info").c_str()) != 0) {
+            return "no link";
+        }
+        if (trusted.moveToTrash(entry).why != "the Trash folder is a link or not only yours") {
+            return "a link in a disk's Trash was used";
+        }
+        ::unlink((diskTrash + "/info").c_str());
         const auto result = trusted.moveToTrash(entry);
         if (!result.moved) return "not moved: " + result.why;
         if (result.where != diskTrash + "/files/half%25off" || exists(entry)) return "moved wrong";
