@@ -114,6 +114,7 @@ TEST(TrashWriter, KeepsASecondItemOfOneNameUnderTheNextFreeName) {
             EXPECT_EQ(info->path, path);
         }
     }
+    EXPECT_EQ(writer.moveToTrash(trash + "/files/Notes.app").why, "it is in the Trash already");
     EXPECT_EQ(readFile(trash + "/files/Stray.txt"), "stray");
     EXPECT_FALSE(exists(trash + "/info/Stray.txt.trashinfo"))
         << "the record of a failed move stays";
