@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QFile>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QVBoxLayout>
@@ -11,10 +10,12 @@
 
 #include "core/Texts.h"
 #include "environment/PathsGenerator.h"
+#include "environment/TrashFolders.h"
 #include "messages/FileMessage.h"
 #include "messages/WatcherMessage.h"
 #include "platform/ByteCountFormatter.h"
 #include "platform/MountTable.h"
+#include "platform/TrashWriter.h"
 #include "remains/SimpleSizeCalculation.h"
 
 using mainapp::Outcome;
@@ -45,6 +46,20 @@ std::uint64_t sizeOfEntry(const std::string& path, const std::atomic<bool>* aban
         S_ISDIR(info.st_mode) ? SimpleSizeCalculation::fastFolderSizeOfItemWithPath(path, abandoned)
                               : SimpleSizeCalculation::sizeOfFile(path);
     return size > 0 ? static_cast<std::uint64_t>(size) : 0;
+}
+
+// The home Trash, and each disk's own Trash that the agent's set of Trash
+// folders trusts at this moment: disks come and go while the window is open.
+platform::TrashWriter trashWriter() {
+    const auto& paths = PathsGenerator::GetInstance();
+    std::vector<platform::TrashWriter::DiskTrash> disks;
+    for (const auto& folder :
+         TrashFolders::all(paths, platform::MountTable::current(), ::getuid())) {
+        if (folder.kind == TrashFolder::Kind::Volume) {
+            disks.push_back({folder.trashDirectory, folder.topDirectory});
+        }
+    }
+    return platform::TrashWriter(paths.buildHomeTrashDirectory(), std::move(disks), ::getuid());
 }
 
 }  // namespace
@@ -263,7 +278,7 @@ void MainWindow::showOutcome(QTreeWidgetItem* item, const mainapp::Leftover& lef
             colour = QColor(170, 30, 30);
             break;
         case Outcome::Failed:
-            status = text("Failed: %1", leftover.detail);
+            status = text("Failed: %1", mainapp::tr(leftover.detail));
             colour = QColor(170, 30, 30);
             break;
     }
@@ -277,6 +292,7 @@ void MainWindow::moveToTrash() {
     // The Helper must not take an application inside a moved folder (a helper
     // tool in Application Support, say) for one the user just trashed.
     FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths)->transmit();
+    const platform::TrashWriter writer = trashWriter();
     for (auto& app : m_plan.applications()) {
         for (auto& leftover : app.leftovers) {
             if (!leftover.checked || leftover.refusal || leftover.outcome != Outcome::Pending) {
@@ -293,12 +309,12 @@ void MainWindow::moveToTrash() {
                 leftover.outcome = Outcome::AlreadyGone;
                 continue;
             }
-            QFile file(QString::fromStdString(leftover.path));
-            if (file.moveToTrash()) {
+            const auto result = writer.moveToTrash(leftover.path);
+            if (result.moved) {
                 leftover.outcome = Outcome::Moved;
             } else {
                 leftover.outcome = Outcome::Failed;
-                leftover.detail = file.errorString().toStdString();
+                leftover.detail = result.why;
                 std::fprintf(stderr, "Sweepwell: %s could not be moved to the Trash: %s\n",
                              leftover.path.c_str(), leftover.detail.c_str());
             }

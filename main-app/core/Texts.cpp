@@ -59,6 +59,16 @@ const std::map<std::string, std::string>& german() {
         {"it is not a plain path", "es ist kein einfacher Pfad"},
         {"it belongs to another user", "es gehört einem anderen Benutzer"},
         {"there is no home folder", "es gibt keinen Benutzerordner"},
+        {"it is gone", "es ist nicht mehr vorhanden"},
+        {"there is no Trash folder for it", "es gibt keinen Papierkorb dafür"},
+        {"the Trash folder is a link or not only yours",
+         "der Papierkorb ist ein Verweis oder nicht nur Ihrer"},
+        {"it lies on another disk that has no Trash of yours",
+         "es liegt auf einem anderen Datenträger ohne Ihren Papierkorb"},
+        {"it is in the Trash already", "es ist schon im Papierkorb"},
+        {"the Trash has no free name for it", "der Papierkorb hat keinen freien Namen dafür"},
+        {"the Trash's record of it could not be written",
+         "der Papierkorb-Eintrag dafür ließ sich nicht schreiben"},
     };
     return table;
 }
@@ -82,6 +92,9 @@ std::string tr(const std::string& english) {
     const std::string prefix = "its real location: ";
     if (english.rfind(prefix, 0) == 0)
         return "sein wirklicher Ort: " + tr(english.substr(prefix.size()));
+    const std::string failed = "it could not be moved: ";
+    if (english.rfind(failed, 0) == 0)
+        return "es ließ sich nicht verschieben: " + english.substr(failed.size());
     return english;
 }
 

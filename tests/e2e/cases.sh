@@ -22,6 +22,8 @@ cases=(
   disk_trash_after_the_start
   main_app_moves_the_checked_leftovers
   main_app_refuses_a_hostile_list
+  main_app_records_each_original_path
+  main_app_keeps_out_of_an_unsafe_trash
   desktop_notification_without_a_display
   desktop_notification_closed_or_absent
 )
@@ -534,6 +536,98 @@ PY
   [ -z "$(ls -A "$(desktop_trash)/files" 2>/dev/null)" ] || fail "the Trash is not empty"
   [ "$(grep -c 'is not touched' "$out/main.log")" -eq 6 ] || fail "not every refusal was said: $(cat "$out/main.log")"
   grep -q "100000 entries" "$out/main.log" || fail "the flood was not refused whole"
+}
+
+# Opens a removal list of the given paths in the Main application (from a
+# folder of its own, $out/cwd), clicks "Move to Trash" and waits until the
+# window has said how it went; its output goes to $out/main.log.
+move_with_main_app() {  # path…
+  python3 - "$out/list.trforsw" "$@" <<'PY'
+import json, sys
+items = [{"type": "8", "path": p, "bundleId": "com.example.odd"} for p in sys.argv[2:]]
+with open(sys.argv[1], "w") as f:
+    f.write("---=== Sweepwell Agent Watcher Message v2 ===---\n" + json.dumps({"items": items}))
+PY
+  mkdir -p "$out/cwd"
+  (cd "$out/cwd" && exec "$HOME/Applications/Sweepwell.app/Contents/MacOS/Sweepwell" "$out/list.trforsw") \
+    >"$out/main.log" 2>&1 &
+  local main_pid=$!
+  wait_for 15 main_window || fail "the Main application showed no window"
+  sleep 1
+  local X Y WIDTH HEIGHT SCREEN
+  eval "$(xdotool getwindowgeometry --shell "$main_win")"
+  xdotool mousemove --window "$main_win" $((WIDTH - 70)) $((HEIGHT - 26)) click 1
+  # Every entry is either gone or said to have failed.
+  wait_for 10 moves_done "$@" || fail "the Main application did not finish"
+  sleep 1
+  import -window root "$out/main-window-after.png"
+  kill "$main_pid" 2>/dev/null || true
+}
+moves_done() {
+  local path
+  for path; do
+    [ ! -e "$path" ] || grep -qF -- "$path could not be moved" "$out/main.log" || return 1
+  done
+}
+
+# Names that a trash info must escape: the Main application records each so
+# that the desktop's own tools list it, and put it back, where it was. There
+# is no ~/.local/share yet: the Trash is made there, never in the current
+# folder.
+case_main_app_records_each_original_path() {
+  start_session
+  unset SWEEPWELL_PRINT_TO
+  # The agent makes the desktop Trash it watches; without it nothing does.
+  stop_agent
+  rm -rf "$HOME/.local"
+  [[ $HOME =~ ^[A-Za-z0-9/._~-]+$ ]] || fail "the home $HOME would need escaping itself"
+  local -A written=(
+    ["$HOME/Library/Caches/com.example.half%25off"]="$HOME/Library/Caches/com.example.half%2525off"
+    ["$HOME/Library/Logs/Sale 50% now.log"]="$HOME/Library/Logs/Sale%2050%25%20now.log"
+    ["$HOME/Library/Caches/# notes"]="$HOME/Library/Caches/%23%20notes"
+    ["$HOME/Library/Caches/Café 日本"]="$HOME/Library/Caches/Caf%C3%A9%20%E6%97%A5%E6%9C%AC"
+    ["$HOME/Library/Caches/two"$'\n'"lines"]="$HOME/Library/Caches/two%0Alines"
+  )
+  local path
+  for path in "${!written[@]}"; do blob "$path" 1; done
+  move_with_main_app "${!written[@]}"
+  for path in "${!written[@]}"; do [ ! -e "$path" ] || fail "still in place: $path"; done
+  [ ! -e "$out/cwd/files" ] && [ ! -e "$out/cwd/info" ] || fail "the Trash went into the current folder"
+  local info
+  for info in "$(desktop_trash)"/info/*.trashinfo; do
+    [ "$(grep -c '^Path=' "$info")" -eq 1 ] || fail "not one Path line in $info: $(cat "$info")"
+  done
+  # The lines as written, byte for byte.
+  local raw want
+  raw=$(cat "$(desktop_trash)"/info/*.trashinfo | grep '^Path=' | sort)
+  want=$(for path in "${!written[@]}"; do printf 'Path=%s\n' "${written[$path]}"; done | sort)
+  [ "$raw" = "$want" ] || fail "the Path lines are"$'\n'"$raw"$'\n'"not"$'\n'"$want"
+  # A Trash tool users have lists each one where it was.
+  local listed
+  listed=$(trash-list) || fail "trash-list failed"
+  for path in "${!written[@]}"; do
+    [[ $listed == *" $path"$'\n'* || $listed == *" $path" ]] || fail "trash-list lost $path: $listed"
+  done
+  [ "$(stat -c %a "$HOME/.local" "$HOME/.local/share" "$(desktop_trash)" "$(desktop_trash)/files" \
+    "$(desktop_trash)/info" | sort -u)" = 700 ] || fail "the Trash's folders are not private"
+}
+
+# A desktop Trash whose "files" is a link: nothing goes where it leads, the
+# leftover stays and the window says why.
+case_main_app_keeps_out_of_an_unsafe_trash() {
+  start_session
+  unset SWEEPWELL_PRINT_TO
+  stop_agent
+  mkdir -p "$HOME/elsewhere" "$(desktop_trash)/info"
+  rm -rf "$(desktop_trash)/files"
+  ln -s "$HOME/elsewhere" "$(desktop_trash)/files"
+  blob "$HOME/Library/Caches/com.example.Kept" 1
+  move_with_main_app "$HOME/Library/Caches/com.example.Kept"
+  [ -f "$HOME/Library/Caches/com.example.Kept" ] || fail "the leftover was moved"
+  [ -z "$(ls -A "$HOME/elsewhere")" ] && [ -z "$(ls -A "$(desktop_trash)/info")" ] ||
+    fail "something landed"
+  grep -q "could not be moved to the Trash: the Trash folder is a link or not only yours" \
+    "$out/main.log" || fail "the reason was not said: $(cat "$out/main.log")"
 }
 
 # Without an X server the agent asks the desktop's notification service: a
