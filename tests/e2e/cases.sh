@@ -20,6 +20,7 @@ cases=(
   item_before_its_trash_info
   bundle_copied_in_slowly
   disk_trash_after_the_start
+  trash_removed_and_made_again
   main_app_moves_the_checked_leftovers
   main_app_refuses_a_hostile_list
   main_app_records_each_original_path
@@ -462,6 +463,45 @@ trashed_paths() {
   cat "$(desktop_trash)"/info/*.trashinfo 2>/dev/null | grep '^Path=' |
     python3 -c 'import sys, urllib.parse; [print(urllib.parse.unquote(l.rstrip("\n")[5:])) for l in sys.stdin]'
 }
+# A Trash removed whole while the agent runs (a cleaning tool, rm -rf) is
+# watched again once it is there: the desktop Trash the agent makes again
+# itself once the removal has settled, ~/.Trash once the user makes it. What
+# a Trash made again holds when it is found was there before: not announced.
+watched_times() {  # folder, how many times the log has said it is watched
+  test "$(grep -c "watching the Trash folder $1\$" "$out/agent.log")" -eq "$2"
+}
+case_trash_removed_and_made_again() {
+  start_session
+  wait_for 5 watched_times "$(desktop_trash)/files" 1 || fail "the desktop Trash is not watched"
+  rm -rf "$(desktop_trash)"
+  wait_for 10 watched_times "$(desktop_trash)/files" 2 ||
+    fail "the desktop Trash is not watched again (see $out/agent.log)"
+  app "Again Notes" com.example.AgainNotes
+  gtrash "Again Notes"
+  expect_window "for an application trashed into a desktop Trash made again"
+  expect_named "Again Notes" "none"
+  accept
+  expect_listed "$(desktop_trash)/files/Again Notes.app" "$HOME/Library/Caches/com.example.AgainNotes"
+
+  # ~/.Trash: gone, then made again by hand with an application already in it.
+  rm -rf "$HOME/.Trash"
+  wait_for 10 grep -q "the Trash folder $HOME/.Trash is gone" "$out/agent.log" ||
+    fail "the removal of ~/.Trash went unnoticed"
+  app "Old Notes" com.example.OldNotes
+  mkdir "$HOME/.Trash"
+  mv "$HOME/Downloads/Old Notes.app" "$HOME/.Trash/"
+  wait_for 10 watched_times "$HOME/.Trash" 2 || fail "~/.Trash is not watched again"
+  expect_silence 4 "for what ~/.Trash held when it was found"
+  app "Home Notes" com.example.HomeNotes
+  trash "Home Notes"
+  expect_window "for an application moved into ~/.Trash made again"
+  expect_named "Home Notes" "Old Notes"
+  accept
+  expect_listed "$HOME/.Trash/Home Notes.app" "$HOME/Library/Caches/com.example.HomeNotes"
+  expect_unlisted "$HOME/.Trash/Old Notes.app"
+  agent_alive || fail "the agent ended"
+}
+
 case_main_app_moves_the_checked_leftovers() {
   start_session
   unset SWEEPWELL_PRINT_TO
