@@ -47,20 +47,20 @@ std::vector<TrashFolder> all(const PathsGenerator& paths,
     for (const auto& mount : mounts) {
         const auto trash = platform::MountTable::trashFolderOfMount(mount.path, uid);
         if (!trash) continue;
-        // Held from here on; what was opened must be what was checked.
-        auto held = platform::HeldFolder::open(*trash);
-        if (!held || !held->isStillAt() || held->owner() != uid ||
-            (held->mode() & (S_IWGRP | S_IWOTH)) != 0) {
+        // Known by what it is from here on; what was opened must be what was checked.
+        auto checked = platform::CheckedFolder::open(*trash);
+        if (!checked || !checked->isStillAt() || checked->owner() != uid ||
+            (checked->mode() & (S_IWGRP | S_IWOTH)) != 0) {
             continue;
         }
         // Trashing programs make "files" with the Trash; until then nothing is there.
         struct stat status {};
-        if (::lstat(held->throughDescriptor(*trash + "/files").c_str(), &status) != 0 ||
-            !S_ISDIR(status.st_mode) || status.st_uid != uid) {
-            continue;
-        }
+        const bool hasFiles = checked->readThrough(*trash + "/files", [&](const std::string& at) {
+            if (::lstat(at.c_str(), &status) != 0) status = {};
+        });
+        if (!hasFiles || !S_ISDIR(status.st_mode) || status.st_uid != uid) continue;
         const TrashFolder folder{TrashFolder::Kind::Volume, *trash + "/files", *trash, mount.path,
-                                 std::move(held)};
+                                 std::move(checked)};
         // A disk mounted twice shows one Trash under two names: both are watched.
         if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
             folders.push_back(folder);
@@ -83,8 +83,14 @@ std::string nameBeforeTrashing(const std::vector<TrashFolder>& folders, const st
         platform::PathUtils::stringByDeletingLastPathComponent(path) != folder->path) {
         return stored;
     }
-    const auto info =
-        platform::TrashInfo::readForItem(folder->readablePath(folder->trashDirectory), stored);
+    std::optional<platform::TrashInfo> info;
+    if (folder->checked) {
+        folder->checked->readThrough(folder->trashDirectory, [&](const std::string& trash) {
+            info = platform::TrashInfo::readForItem(trash, stored);
+        });
+    } else {
+        info = platform::TrashInfo::readForItem(folder->trashDirectory, stored);
+    }
     return info ? info->originalName().value_or(stored) : stored;
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/HeldFolder.h"
+#include "platform/CheckedFolder.h"
 #include "platform/MountTable.h"
 
 class PathsGenerator;
@@ -24,25 +24,20 @@ struct TrashFolder {
     std::string trashDirectory;
     // Volume: where the disk is mounted (its items' Paths are relative to it).
     std::string topDirectory;
-    // Volume: the Trash folder (trashDirectory) as it was when it passed the
-    // trust check; it is listed, watched and read through this, never again
-    // through its path.
-    std::shared_ptr<const platform::HeldFolder> held;
+    // Volume: the Trash folder (trashDirectory) that passed the trust check;
+    // it is listed and its trash info read through this, only while it is
+    // still that folder.
+    std::shared_ptr<const platform::CheckedFolder> checked;
 
     bool hasTrashInfo() const { return kind != Kind::Home; }
-    // A path inside this folder as it is to be read: through the held Trash
-    // folder when there is one.
-    std::string readablePath(const std::string& path) const {
-        return held ? held->throughDescriptor(path) : path;
-    }
     // Whether the folder is still where it was checked (always, for the home's).
-    bool isStillInPlace() const { return !held || held->isStillAt(); }
+    bool isStillInPlace() const { return !checked || checked->isStillAt(); }
     // The same folder: the same paths and, for a disk's Trash, the same
     // folder on the disk (one made again in its place is another).
     bool operator==(const TrashFolder& other) const {
         return kind == other.kind && path == other.path &&
                trashDirectory == other.trashDirectory && topDirectory == other.topDirectory &&
-               !held == !other.held && (!held || held->isSameFolder(*other.held));
+               !checked == !other.checked && (!checked || checked->isSameFolder(*other.checked));
     }
 };
 

@@ -34,25 +34,28 @@ public:
     }
 };
 
-class HeldReader final : public DirectoryReader {
+class CheckedFolderReader final : public DirectoryReader {
 public:
-    explicit HeldReader(std::shared_ptr<const HeldFolder> held) : m_pHeld(std::move(held)) {}
+    explicit CheckedFolderReader(std::shared_ptr<const CheckedFolder> folder)
+        : m_pFolder(std::move(folder)) {}
 
     DirectoryLister::Listing list(const std::string& path) const override {
-        return DirectoryReader::disk()->list(pathOnDisk(path));
+        DirectoryLister::Listing listing;  // failed until read
+        m_pFolder->readThrough(path, [&](const std::string& through) {
+            listing = DirectoryReader::disk()->list(through);
+        });
+        return listing;
     }
     std::optional<Entry> entryAt(const std::string& path) const override {
-        // The descriptor's own name is a link of the kernel's: the folder it
-        // leads to is what is described.
-        if (path == m_pHeld->path()) return DirectoryReader::disk()->entryAt(pathOnDisk(path) + "/.");
-        return DirectoryReader::disk()->entryAt(pathOnDisk(path));
-    }
-    std::string pathOnDisk(const std::string& path) const override {
-        return m_pHeld->throughDescriptor(path);
+        std::optional<Entry> entry;
+        m_pFolder->readThrough(path, [&](const std::string& through) {
+            entry = DirectoryReader::disk()->entryAt(through);
+        });
+        return entry;
     }
 
 private:
-    std::shared_ptr<const HeldFolder> m_pHeld;
+    std::shared_ptr<const CheckedFolder> m_pFolder;
 };
 
 }  // namespace
@@ -63,9 +66,9 @@ const std::shared_ptr<const DirectoryReader>& DirectoryReader::disk() {
 }
 
 std::shared_ptr<const DirectoryReader> DirectoryReader::through(
-    std::shared_ptr<const HeldFolder> held) {
-    if (!held) return disk();
-    return std::make_shared<HeldReader>(std::move(held));
+    std::shared_ptr<const CheckedFolder> folder) {
+    if (!folder) return disk();
+    return std::make_shared<CheckedFolderReader>(std::move(folder));
 }
 
 }  // namespace platform

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/DirectoryLister.h"
-#include "platform/HeldFolder.h"
+#include "platform/CheckedFolder.h"
 
 namespace platform {
 
@@ -33,13 +33,13 @@ public:
     virtual DirectoryLister::Listing list(const std::string& path) const = 0;
     // nullopt when nothing is there, not even a dangling link.
     virtual std::optional<Entry> entryAt(const std::string& path) const = 0;
-    // The path as the kernel is to be given it, to watch it.
-    virtual std::string pathOnDisk(const std::string& path) const { return path; }
 
     // The real disk.
     static const std::shared_ptr<const DirectoryReader>& disk();
-    // The real disk, with every path inside `held` reached through it.
-    static std::shared_ptr<const DirectoryReader> through(std::shared_ptr<const HeldFolder> held);
+    // The real disk, with every path inside `folder` read through it: what
+    // is no longer that folder reads as nothing.
+    static std::shared_ptr<const DirectoryReader> through(
+        std::shared_ptr<const CheckedFolder> folder);
 };
 
 }  // namespace platform

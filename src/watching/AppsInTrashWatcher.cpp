@@ -104,10 +104,10 @@ std::shared_ptr<DirectoryWatcher> AppsInTrashWatcher::watch(const TrashFolder& f
     if (folder.kind != TrashFolder::Kind::Volume && !platform::leadsToFolder(folder.path)) {
         return nullptr;
     }
-    // A disk's Trash is read and watched through the folder that passed
-    // the trust check, whatever is renamed or linked in above it later.
+    // A disk's Trash is read only while it is the folder that passed the
+    // trust check, whatever is renamed or linked in above it later.
     auto watcher =
-        DirectoryWatcher::create(folder.path, platform::DirectoryReader::through(folder.held),
+        DirectoryWatcher::create(folder.path, platform::DirectoryReader::through(folder.checked),
                                  [] { return FileEventQueue::create(); });
     watcher->setDelegate(weak_from_this());
     if (folder.hasTrashInfo()) {
@@ -126,9 +126,19 @@ std::shared_ptr<DirectoryWatcher> AppsInTrashWatcher::watch(const TrashFolder& f
         // Some programs write the trash info after the item: its arrival
         // pushes the folder's re-read back like any change of the folder.
         if (folder.hasTrashInfo()) {
-            watcher->getFileEventQueue()->addPath(
-                folder.readablePath(folder.trashDirectory + "/info"));
+            watcher->getFileEventQueue()->addPath(folder.trashDirectory + "/info");
         }
+        // A disk's Trash renamed away or removed whole takes its "files" along.
+        if (folder.kind == TrashFolder::Kind::Volume) watcher->goneWith(folder.trashDirectory);
+    }
+    // The kernel watches what the paths led to when they were added: that
+    // must have been the folder that was checked.
+    if (!folder.isStillInPlace()) {
+        platform::Log::warning("watching", "not watching " + folder.path +
+                                               ": its Trash folder is no longer the one that "
+                                               "was checked");
+        if (m_pFoldersWatcher) m_pFoldersWatcher->reread();
+        return nullptr;
     }
     return watcher;
 }
@@ -137,12 +147,17 @@ void AppsInTrashWatcher::onWatchedFolderGone(const std::string& path) {
     const auto folder = std::find_if(m_arrFolders.begin(), m_arrFolders.end(),
                                      [&](const TrashFolder& f) { return f.path == path; });
     if (folder == m_arrFolders.end()) return;
-    m_arrWatchers.erase(path);
     if (folder->kind == TrashFolder::Kind::Volume) {
-        // The set drops it, and watches its disk for a Trash made again.
+        // The set drops it (and says so), and watches its disk for a Trash
+        // made again; one still there is watched anew.
         if (m_pFoldersWatcher) m_pFoldersWatcher->reread();
+        if (const auto stopped = watcherOf(path); stopped && !stopped->isWatching()) {
+            m_arrWatchers.erase(path);
+            watchFolders(m_arrFolders);
+        }
         return;
     }
+    m_arrWatchers.erase(path);
     platform::Log::warning("watching",
                         "the Trash folder " + path + " is gone; watching for it to be made again");
     m_arrAbsent.push_back(*folder);

@@ -1,5 +1,6 @@
 #include "watching/DirectoryWatcher.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "dispatch/MainQueue.h"
@@ -33,8 +34,15 @@ bool DirectoryWatcher::startWatching() {
     m_bIsWatching = m_pFileEventQueue != nullptr;
     if (!m_bIsWatching) return false;
     m_pFileEventQueue->setDelegate(weak_from_this());
-    m_pFileEventQueue->addPath(m_pReader->pathOnDisk(m_sPath));
+    m_pFileEventQueue->addPath(m_sPath);
     return true;
+}
+
+void DirectoryWatcher::goneWith(const std::string& folderAbove) {
+    if (!m_pFileEventQueue) return;
+    m_arrGoneWith.push_back(folderAbove);
+    m_pFileEventQueue->addPath(folderAbove, platform::kNoteDelete | platform::kNoteRename |
+                                                platform::kNoteRevoke);
 }
 
 void DirectoryWatcher::stopWatching() {
@@ -64,7 +72,8 @@ void DirectoryWatcher::receivedNotification(FileEventQueue&, const std::string& 
     const bool gone = name == FileEventQueueFileDeletedNotification ||
                       name == FileEventQueueFileRenamedNotification ||
                       name == FileEventQueueAccessWasRevokedNotification;
-    if (gone && path == m_pReader->pathOnDisk(m_sPath)) {
+    if (gone && (path == m_sPath || std::find(m_arrGoneWith.begin(), m_arrGoneWith.end(),
+                                              path) != m_arrGoneWith.end())) {
         // The kernel watches what the path led to, which is no longer it.
         m_updateRequest.cancel();
         stopWatching();

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "dispatch/TimerHandle.h"
 #include "watching/FileEventQueue.h"
@@ -53,6 +54,9 @@ public:
     bool startWatching();
     // Drops the event queue: changes are no longer heard of.
     void stopWatching();
+    // Watches a folder above this one too: its removal, rename or unmount
+    // also ends the watch (onWatchedFolderGone).
+    void goneWith(const std::string& folderAbove);
     bool isWatching() const { return m_bIsWatching; }
     const std::string& getPath() const { return m_sPath; }
     void setDelegate(std::weak_ptr<DirectoryWatcherDelegate> delegate) {
@@ -100,5 +104,6 @@ private:
     std::weak_ptr<DirectoryWatcherDelegate> m_pDelegate;
     std::function<std::string(const std::string& path)> m_fnNameOf;
     bool m_bIsWatching = false;
+    std::vector<std::string> m_arrGoneWith;
     dispatch::TimerHandle m_updateRequest;
 };

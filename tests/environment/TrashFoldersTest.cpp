@@ -38,7 +38,7 @@ TEST(TrashFolders, SetHoldsTheHomesFoldersAndEachDisksOwnTrash) {
         {TrashFolder::Kind::Home, place / "home/.Trash", {}, {}, {}},
         {TrashFolder::Kind::Desktop, desktop + "/files", desktop, {}, {}},
         {TrashFolder::Kind::Volume, usb + "/files", usb, place / "usb",
-         platform::HeldFolder::open(usb)},
+         platform::CheckedFolder::open(usb)},
     };
     EXPECT_EQ(folders, expected);
     const auto* holder = TrashFolders::folderHolding(folders, usb + "/files/Notes.app");

@@ -75,15 +75,15 @@ TEST(DesktopTrash, ItemsAreJudgedByTheNameTheyHadBeforeTrashing) {
 
 // Another user who could rename a disk's Trash away and put a link to a tree
 // of their own in its place (after the user trashed something there) gets
-// nothing of that tree read: the Trash is read through the folder that was
-// checked, and one no longer in its place is not read by its path at all.
+// nothing of that tree read: the Trash is read only while it is the folder
+// that was checked, and its going away drops it from the set at once.
 TEST(DesktopTrash, ADiskTrashSwappedForALinkIsNeverReadThroughIt) {
-    auto queue = std::make_shared<dispatch::ManualMainQueue>();
-    dispatch::ScopedMainQueue scoped{queue};
+    watchingtest::RealMainLoop loop;
     testsupport::TempDir place;
-    const std::string trash = place / ("disk/.Trash-" + std::to_string(::getuid()));
-    ::chmod(place.makeDir("disk/.Trash-" + std::to_string(::getuid()) + "/files").c_str(), 0700);
-    place.makeDir(trash.substr(place.path().size() + 1) + "/info");
+    const std::string name = "disk/.Trash-" + std::to_string(::getuid());
+    const std::string trash = place / name;
+    ::chmod(place.makeDir(name + "/files").c_str(), 0700);
+    place.makeDir(name + "/info");
     ::chmod(trash.c_str(), 0700);
     const std::vector<platform::MountPoint> disk = {{place / "disk", "ext4"}};
     auto folders = TrashFoldersWatcher::create(PathsGenerator("u", place / "home"), ::getuid(),
@@ -92,26 +92,25 @@ TEST(DesktopTrash, ADiskTrashSwappedForALinkIsNeverReadThroughIt) {
     auto watcher = AppsInTrashWatcher::create(reports, folders);
     auto watched = watcher->watcherOf(trash + "/files");
     ASSERT_TRUE(watched);
-    watched->stopWatching();
 
     // The user trashes Notes; at once the Trash is renamed away and a link
     // to a lure with the same name and more takes its place.
-    testsupport::makeBundle(place, trash.substr(place.path().size() + 1) + "/files/Notes.app",
+    testsupport::makeBundle(place, name + "/files/Notes.app",
                             {{"CFBundleIdentifier", "com.example.Notes"}});
     for (const char* app : {"lure/files/Notes.app", "lure/files/Lure.app"}) {
         testsupport::makeBundle(place, app, {{"CFBundleIdentifier", "com.victim.Precious"}});
     }
     place.makeDir("lure/info");
     ASSERT_EQ(std::rename(trash.c_str(), (place / "disk/moved").c_str()), 0);
-    place.makeSymlink("disk/.Trash-" + std::to_string(::getuid()), place / "lure");
-    watched->contentsChanged();
-    queue->advance(DirectoryWatcher::kUpdateDelay + 10ms);
-    queue->advance(IncompleteArrivals::kGiveUpAfter);
+    place.makeSymlink(name, place / "lure");
+    EXPECT_TRUE(loop->runUntil([&] { return !watcher->watcherOf(trash + "/files"); },
+                               testsupport::kPatience))
+        << "a Trash that is a link now is dropped";
+    watched->updateDirContent();  // a re-read that was on its way
+    loop->runUntil([] { return false; }, std::chrono::milliseconds(100));
 
-    EXPECT_TRUE(watched->getFileItemWithPath(trash + "/files/Notes.app")) << "the held folder";
     EXPECT_FALSE(watched->getFileItemWithPath(trash + "/files/Lure.app")) << "the link's tree";
     EXPECT_TRUE(reports->got.empty());
-    EXPECT_FALSE(watcher->watcherOf(trash + "/files")) << "a Trash that is a link is dropped";
 }
 
 }  // namespace
