@@ -24,6 +24,8 @@ cases=(
   main_app_refuses_a_hostile_list
   desktop_notification_without_a_display
   desktop_notification_closed_or_absent
+  desktop_notification_without_buttons
+  desktop_notification_on_dunst
 )
 
 fail() {
@@ -546,12 +548,19 @@ start_bus() {  # fake service options…
   export DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$out/bus-address")
   if [ "${1:-}" != --no-service ]; then
     "$notifications" "$out/notify.txt" "$out/notify-control" "$@" &
+    service_pid=$!
     wait_for 10 grep -q . "$out/bus-address" || true
     sleep 0.5
   fi
   unset DISPLAY
 }
-stop_bus() { kill "$(cat "$out/bus-pid" 2>/dev/null)" 2>/dev/null || true; }
+# The service too: one left over from an earlier run would take the answers
+# meant for this one (the same control file).
+stop_service() { [ -z "${service_pid:-}" ] || kill "$service_pid" 2>/dev/null || true; }
+stop_bus() {
+  stop_service
+  kill "$(cat "$out/bus-pid" 2>/dev/null)" 2>/dev/null || true
+}
 notified() { grep -c '^Notify' "$out/notify.txt" 2>/dev/null || echo 0; }
 
 case_desktop_notification_without_a_display() {
@@ -568,16 +577,25 @@ case_desktop_notification_without_a_display() {
   [ "$app" = "Sweepwell Helper" ] && [ "$replaces" = 0 ] || fail "not a new notification: $first"
   [ "$summary" = "Sweepwell - Complete Uninstallation" ] || fail "summary: $summary"
   [[ "$body" == "<b>Quiet Notes</b>"*"<b>"*"</b>"* ]] || fail "body: $body"
-  [ "$actions" = "default|Complete Uninstall|close|Close" ] || fail "actions: $actions"
+  [ "$actions" = "complete-uninstall|Complete Uninstall|close|Close" ] || fail "actions: $actions"
   [ -f "$icon" ] || fail "no icon at $icon"
   [ "$(grep -c $'^Notify\t[^\t]*\t0\t' "$out/notify.txt")" -eq 1 ] || fail "stacked: $(cat "$out/notify.txt")"
-  echo default >"$out/notify-control"
+  echo complete-uninstall >"$out/notify-control"
   wait_for 15 test -s "$received" || fail "the Main application received nothing"
   expect_listed "$(desktop_trash)/files/Quiet Notes.app" "$HOME/Library/Caches/com.example.QuietNotes"
 }
 
-# Closing it hands nothing over; a plain-text service gets plain text; with no
-# service at all the agent keeps running and says so once in its log.
+# Answers the last notification as the user would (see FakeNotifications.cpp)
+# and waits until the service has taken the answer.
+answer() {
+  echo "$1" >"$out/notify-control"
+  wait_for 10 test ! -e "$out/notify-control" || fail "the service took no answer"
+}
+
+# A click on the body or closing it hands nothing over; a plain-text service
+# gets plain text; the service is asked what it can draw once, not for each
+# notification; with no service at all the agent keeps running and says so
+# once in its log.
 case_desktop_notification_closed_or_absent() {
   start_bus --no-markup
   trap 'stop_agent; stop_bus' EXIT
@@ -586,16 +604,48 @@ case_desktop_notification_closed_or_absent() {
   gtrash "Shy Notes"
   wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification"
   grep -m1 '^Notify' "$out/notify.txt" | grep -q $'\tShy Notes left' || fail "not plain text: $(cat "$out/notify.txt")"
-  echo dismiss >"$out/notify-control"
+  answer default
+  answer dismiss
   sleep 3
-  [ ! -s "$received" ] || fail "closing handed the list over"
-  pkill -f e2e_fake_notifications || true
+  [ ! -s "$received" ] || fail "a click on the body or closing handed the list over"
+  app "Next Notes" com.example.NextNotes
+  gtrash "Next Notes"
+  wait_for 15 grep -q $'^Notify.*\tNext Notes left' "$out/notify.txt" || fail "no second notification"
+  [ "$(grep -c '^GetCapabilities' "$out/notify.txt")" -eq 1 ] ||
+    fail "the service was asked more than once what it can draw: $(cat "$out/notify.txt")"
+  answer dismiss
+  stop_service
   sleep 0.5
   app "Lone Notes" com.example.LoneNotes
   gtrash "Lone Notes"
   wait_for 10 grep -q "no desktop notification service" "$out/agent.log" || fail "no log line without a service"
   agent_alive || fail "the agent ended without a service"
   [ ! -s "$received" ] || fail "something was handed over"
+}
+
+# A service that draws no buttons is told how to hand the list over anyway:
+# the Helper started again with nothing to open does it.
+case_desktop_notification_without_buttons() {
+  start_bus --no-actions
+  trap 'stop_agent; stop_bus' EXIT
+  start_session
+  app "Plain Notes" com.example.PlainNotes
+  gtrash "Plain Notes"
+  wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification"
+  local body actions  # fields 6 and 7; the actions are empty
+  body=$(grep -m1 '^Notify' "$out/notify.txt" | cut -f6)
+  actions=$(grep -m1 '^Notify' "$out/notify.txt" | cut -f7)
+  [ -z "$actions" ] || fail "actions sent to a service without them: $actions"
+  [[ $body == *"start Sweepwell Helper again (sweepwell-helper)"* ]] || fail "no way to go on: $body"
+  timeout 20 "$helper_bundle/Contents/MacOS/SweepwellHelper" || fail "the second start failed"
+  wait_for 15 test -s "$received" || fail "the second start handed nothing over"
+  expect_listed "$(desktop_trash)/files/Plain Notes.app" "$HOME/Library/Caches/com.example.PlainNotes"
+  wait_for 5 grep -q '^Close' "$out/notify.txt" || fail "the notification stayed after the hand-over"
+  # With nothing shown, starting it again does nothing.
+  : >"$received"
+  timeout 20 "$helper_bundle/Contents/MacOS/SweepwellHelper" || fail "the second start failed"
+  sleep 2
+  [ ! -s "$received" ] || fail "a start with nothing shown handed something over"
 }
 
 # The Debian package's files, unpacked into a scratch folder by
