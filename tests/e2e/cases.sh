@@ -648,6 +648,91 @@ case_desktop_notification_without_buttons() {
   [ ! -s "$received" ] || fail "a start with nothing shown handed something over"
 }
 
+# A real notification server: dunst on the sandbox's bus, drawing on the
+# private X server while the agent has none. Its context menu (the list of a
+# notification's actions) goes to a program of the case's own instead of
+# dmenu: it writes the menu to $out/menu.txt and picks the line of the action
+# key that $out/choice holds, if any (a line: "#Title (summary) [id,key]").
+start_dunst() {  # X display
+  cat >"$out/pick" <<'PICK'
+#!/bin/sh
+out=$(dirname "$0")
+menu=$(cat)
+printf '%s\n--\n' "$menu" >>"$out/menu.txt"
+choice=$(cat "$out/choice" 2>/dev/null)
+[ -z "$choice" ] || printf '%s\n' "$menu" | grep -m1 -F -- ",$choice]"
+PICK
+  chmod +x "$out/pick"
+  cat >"$out/dunstrc" <<RC
+[global]
+    font = Liberation Sans 10
+    width = 380
+    origin = top-right
+    offset = 10x10
+    markup = full
+    format = "<b>%s</b>\n%b"
+    show_indicators = yes
+    dmenu = $out/pick
+RC
+  DISPLAY=$1 dunst -config "$out/dunstrc" >"$out/dunst.log" 2>&1 &
+  dunst_pid=$!
+  wait_for 10 dunstctl is-paused >/dev/null 2>&1 || fail "dunst did not start (see $out/dunst.log)"
+}
+stop_dunst() { [ -z "${dunst_pid:-}" ] || kill "$dunst_pid" 2>/dev/null || true; }
+dunst_count() { dunstctl count "$1"; }
+dunst_shows() { [ "$(dunst_count displayed)" -eq "$1" ]; }
+menus_read() { grep -c '^--$' "$out/menu.txt" 2>/dev/null || echo 0; }
+# Opens dunst's menu of the shown notification's actions and picks the action
+# key $1 (or nothing), then waits until the menu was read.
+dunst_menu() {  # action key, dunstctl command…
+  local before
+  before=$(menus_read)
+  printf '%s' "$1" >"$out/choice"
+  dunstctl "${@:2}"
+  wait_for 10 eval '[ "$(menus_read)" -gt "$before" ]' || fail "dunst opened no menu"
+}
+
+case_desktop_notification_on_dunst() {
+  local x_display=$DISPLAY
+  start_bus --no-service
+  trap 'stop_agent; stop_dunst; stop_bus' EXIT
+  start_dunst "$x_display"
+  start_session
+  app "Real Notes" com.example.RealNotes
+  gtrash "Real Notes"
+  wait_for 15 dunst_shows 1 || fail "dunst shows no notification (see $out/agent.log)"
+  sleep 2.5  # the sizes arrive and replace its text
+  [ "$(dunst_count displayed)" -eq 1 ] && [ "$(dunst_count waiting)" -eq 0 ] &&
+    [ "$(dunst_count history)" -eq 0 ] || fail "not one notification updated in place: $(dunstctl count)"
+  grep -q 'showing as a desktop notification' "$out/agent.log" || fail "the agent did not say it showed"
+  [ "$(grep -c 'showing as a desktop notification' "$out/agent.log")" -eq 1 ] || fail "shown more than once"
+  DISPLAY=$x_display import -window root "$out/dunst.png"
+  # What dunst does for a middle click on the body: with no default action it
+  # only offers the actions, and choosing none hands nothing over.
+  dunst_menu "" action 0
+  grep -q '^#Complete Uninstall (Sweepwell - Complete Uninstallation) \[[0-9]*,complete-uninstall\]$' "$out/menu.txt" &&
+    grep -q '^#Close (Sweepwell - Complete Uninstallation) \[[0-9]*,close\]$' "$out/menu.txt" ||
+    fail "dunst lists other actions: $(cat "$out/menu.txt")"
+  ! grep -q ',default\]' "$out/menu.txt" || fail "a default action: $(cat "$out/menu.txt")"
+  sleep 2
+  [ ! -s "$received" ] || fail "the body handed the list over"
+  [ "$(dunst_count displayed)" -eq 1 ] || fail "the notification went without an answer"
+  dunst_menu complete-uninstall context
+  wait_for 15 test -s "$received" || fail "the Main application received nothing"
+  expect_listed "$(desktop_trash)/files/Real Notes.app" "$HOME/Library/Caches/com.example.RealNotes"
+  wait_for 5 dunst_shows 0 || fail "the notification stayed after the hand-over"
+
+  # Closing it hands nothing over.
+  : >"$received"
+  app "Closed Notes" com.example.ClosedNotes
+  gtrash "Closed Notes"
+  wait_for 15 dunst_shows 1 || fail "no second notification"
+  dunstctl close
+  sleep 3
+  [ ! -s "$received" ] || fail "closing handed the list over"
+  [ "$(dunst_count displayed)" -eq 0 ] || fail "closed, yet shown"
+}
+
 # The Debian package's files, unpacked into a scratch folder by
 # tests/package/check (SWEEPWELL_UNPACKED): the agent runs from there and
 # finds the Main application beside it. Not in the default list: it needs the
