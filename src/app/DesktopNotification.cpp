@@ -119,8 +119,8 @@ void DesktopNotification::notify() {
     if (markup.empty() || (m_nId != 0 && markup == m_sShownMarkup)) return;
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!m_pCapabilities) {
-        const QDBusReply<QStringList> capabilities =
-            bus.call(call("GetCapabilities"), QDBus::Block, kCallTimeoutMs);
+        const QDBusMessage answer = bus.call(call("GetCapabilities"), QDBus::Block, kCallTimeoutMs);
+        const QDBusReply<QStringList> capabilities(answer);
         if (!capabilities.isValid()) {
             qCWarning(lcDesktopNotification).noquote()
                 << "no desktop notification service answers, so nothing is shown:"
@@ -128,6 +128,7 @@ void DesktopNotification::notify() {
             return;
         }
         m_pCapabilities = capabilities.value();
+        m_sServiceOwner = answer.service();
     }
     const Content shown = content(markup, *m_pCapabilities, m_sMainAppName, *m_pTexts);
     QVariantMap hints;
@@ -167,8 +168,14 @@ void DesktopNotification::notificationClosed(uint id, uint /*reason*/) {
     m_pOffer->hideNotification();
 }
 
-void DesktopNotification::serviceOwnerChanged() {
+void DesktopNotification::serviceOwnerChanged(const QString& /*service*/,
+                                              const QString& /*oldOwner*/,
+                                              const QString& newOwner) {
+    // A service the bus started for our first call is announced only after
+    // it answered: that is the one already asked, not another.
+    if (!newOwner.isEmpty() && newOwner == m_sServiceOwner) return;
     m_pCapabilities.reset();
+    m_sServiceOwner.clear();
     if (m_nId == 0) return;
     m_nId = 0;
     m_pOffer->hideNotification();

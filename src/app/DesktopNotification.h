@@ -71,7 +71,8 @@ private:
 private slots:
     void actionInvoked(uint id, const QString& action);
     void notificationClosed(uint id, uint reason);
-    void serviceOwnerChanged();
+    void serviceOwnerChanged(const QString& service, const QString& oldOwner,
+                             const QString& newOwner);
 
 private:
     std::shared_ptr<RemovalOffer> m_pOffer;
@@ -84,4 +85,6 @@ private:
     // What the service said it can show: asked once, and again only after
     // another process took the service's name.
     std::optional<QStringList> m_pCapabilities;
+    // The unique bus name of the process that answered.
+    QString m_sServiceOwner;
 };

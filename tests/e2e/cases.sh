@@ -25,6 +25,7 @@ cases=(
   desktop_notification_without_a_display
   desktop_notification_closed_or_absent
   desktop_notification_without_buttons
+  desktop_notification_service_started_on_demand
   desktop_notification_on_dunst
 )
 
@@ -545,7 +546,7 @@ PY
 # session bus of the sandbox's own with our fake service on it.
 notifications=$build/tests/e2e/e2e_fake_notifications
 start_bus() {  # fake service options…
-  dbus-daemon --config-file="$root/tests/e2e/session-bus.conf" --fork --print-address=3 \
+  dbus-daemon --config-file="${bus_config:-$root/tests/e2e/session-bus.conf}" --fork --print-address=3 \
     --print-pid=4 3>"$out/bus-address" 4>"$out/bus-pid" ||
     fail "no session bus"
   export DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$out/bus-address")
@@ -624,6 +625,33 @@ case_desktop_notification_closed_or_absent() {
   wait_for 10 grep -q "no desktop notification service" "$out/agent.log" || fail "no log line without a service"
   agent_alive || fail "the agent ended without a service"
   [ ! -s "$received" ] || fail "something was handed over"
+}
+
+# As on many desktops, the bus starts the service when the agent first calls
+# it. The bus tells of the new owner only afterwards, and that is the server
+# the agent already talks to, not another one: the notification stays its
+# own, and its action is taken.
+case_desktop_notification_service_started_on_demand() {
+  mkdir -p "$out/services"
+  sed "s|<busconfig>|<busconfig><servicedir>$out/services</servicedir>|" \
+    "$root/tests/e2e/session-bus.conf" >"$out/session-bus.conf"
+  # The bus starts it: it leaves its process id for stop_service.
+  printf '#!/bin/sh\necho $$ >"%s"\nexec "%s" "%s" "%s"\n' "$out/service-pid" "$notifications" \
+    "$out/notify.txt" "$out/notify-control" >"$out/services/start-notifications"
+  chmod +x "$out/services/start-notifications"
+  printf '[D-BUS Service]\nName=org.freedesktop.Notifications\nExec=%s\n' \
+    "$out/services/start-notifications" >"$out/services/notifications.service"
+  bus_config=$out/session-bus.conf start_bus --no-service
+  trap 'service_pid=$(cat "$out/service-pid" 2>/dev/null); stop_agent; stop_bus' EXIT
+  start_session
+  app "Woken Notes" com.example.WokenNotes
+  gtrash "Woken Notes"
+  wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification (see $out/agent.log)"
+  sleep 2.5  # the sizes arrive and replace its text; the owner change has long arrived
+  [ "$(grep -c $'^Notify\t[^\t]*\t0\t' "$out/notify.txt")" -eq 1 ] || fail "not one notification: $(cat "$out/notify.txt")"
+  answer complete-uninstall
+  wait_for 15 test -s "$received" || fail "the Main application received nothing"
+  expect_listed "$(desktop_trash)/files/Woken Notes.app"
 }
 
 # A service that draws no buttons is told how to hand the list over anyway:
