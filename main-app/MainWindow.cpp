@@ -6,7 +6,6 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QVBoxLayout>
-#include <cstdio>
 
 #include "core/Texts.h"
 #include "environment/PathsGenerator.h"
@@ -14,6 +13,7 @@
 #include "messages/FileMessage.h"
 #include "messages/WatcherMessage.h"
 #include "platform/ByteCountFormatter.h"
+#include "platform/Log.h"
 #include "platform/MountTable.h"
 #include "platform/TrashWriter.h"
 #include "remains/SimpleSizeCalculation.h"
@@ -21,6 +21,8 @@
 using mainapp::Outcome;
 
 namespace {
+
+constexpr const char* kLogPart = "main-app";
 
 QString text(const std::string& english) {
     return QString::fromStdString(mainapp::tr(english));
@@ -123,14 +125,13 @@ void MainWindow::openList(const std::string& path) {
     }
     if (!why.empty()) {
         m_arrListRefusals.push_back(why);
-        std::fprintf(stderr, "Sweepwell: a removal list was refused: %s\n", why.c_str());
+        platform::Log::warning(kLogPart, "a removal list was refused: " + why);
     } else {
         // Each refusal is said where whoever debugs it looks, too.
         for (const auto& entry : message.getPathsForRemove()) {
             if (entry->type() == 0) continue;
             if (auto refusal = mainapp::refusalFor(entry->path(), m_plan.home())) {
-                std::fprintf(stderr, "Sweepwell: %s is not touched: %s\n", entry->path().c_str(),
-                             refusal->c_str());
+                platform::Log::warning(kLogPart, entry->path() + " is not touched: " + *refusal);
             }
         }
     }
@@ -315,8 +316,9 @@ void MainWindow::moveToTrash() {
             } else {
                 leftover.outcome = Outcome::Failed;
                 leftover.detail = result.why;
-                std::fprintf(stderr, "Sweepwell: %s could not be moved to the Trash: %s\n",
-                             leftover.path.c_str(), leftover.detail.c_str());
+                platform::Log::warning(
+                    kLogPart,
+                    leftover.path + " could not be moved to the Trash: " + leftover.detail);
             }
         }
     }

@@ -21,9 +21,11 @@
 #include <vector>
 
 #include "MainWindow.h"
+#include "app/Logging.h"
 #include "app/OpenFileChannel.h"
 #include "messages/FileMessage.h"
 #include "messages/WatcherMessage.h"
+#include "platform/Log.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/TemporaryDirectory.h"
 
@@ -34,7 +36,7 @@ constexpr const char* kMainAppBundleId = "com.quorvex.Sweepwell-Plus";
 int printRemovalList(const std::string& path, const std::string& output) {
     WatcherMessage message;
     if (!message.loadFromPath(path)) {
-        std::fprintf(stderr, "Sweepwell: %s is not a removal list\n", path.c_str());
+        platform::Log::warning("main-app", path + " is not a removal list");
         return 1;
     }
     std::string text;
@@ -67,6 +69,9 @@ std::vector<std::string> absolute(const std::vector<std::string>& paths) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // The same log as the agent's, so that one QT_LOGGING_RULES or
+    // SWEEPWELL_LOG tunes both.
+    composition::installLogging();
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     if (!arguments.empty() && arguments.front() == "--exclude") {
         const std::vector<std::string> paths(arguments.begin() + 1, arguments.end());

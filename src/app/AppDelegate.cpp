@@ -40,6 +40,10 @@ void AppDelegate::openFiles(const std::vector<std::string>& paths) {
     for (const std::string& path : paths) processOpenFileWithPath(path);
 }
 
+void AppDelegate::applicationReopened() {
+    if (m_pRichNotificationWC) m_pRichNotificationWC->reopened();
+}
+
 void AppDelegate::processOpenFileWithPath(const std::string& path) {
     if (platform::PathUtils::pathExtension(path) != FileMessage::kMessageExtension) return;
     // Whoever can write to the sender's folder decides what is read, and a

@@ -19,11 +19,13 @@ class Bundle;
 }
 class FileMessage;
 
-// What the delegate needs of the notification window: the one call it makes.
+// What the delegate needs of the notification window.
 class NotificationPresenter {
 public:
     virtual ~NotificationPresenter() = default;
     virtual void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) = 0;
+    // The Helper was started again, with no file to open.
+    virtual void reopened() {}
 };
 
 // Builds the long-lived objects at launch, takes the command files the Main
@@ -56,6 +58,8 @@ public:
     // Always answers true: the sender is never told what became of a file.
     bool openFile(const std::string& path);
     void openFiles(const std::vector<std::string>& paths);
+    // A second start of the Helper with nothing to open.
+    void applicationReopened();
     // A command file is read on the command-file queue and its command
     // applied later on the main queue; commands are applied in the order
     // their files arrived.

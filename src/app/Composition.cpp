@@ -69,6 +69,7 @@ public:
     void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
         m_pNotification->showNotificationForApp(bundle);
     }
+    void reopened() override { m_pNotification->reopened(); }
 
 private:
     std::shared_ptr<DesktopNotification> m_pNotification;
@@ -188,7 +189,13 @@ int runAgent(QApplication& application) {
     const bool forwarded = channel.forwardOrListen(
         files,
         [weak = std::weak_ptr<AppDelegate>(delegate)](std::vector<std::string> paths) {
-            if (auto agent = weak.lock()) agent->openFiles(paths);
+            auto agent = weak.lock();
+            if (!agent) return;
+            if (paths.empty()) {
+                agent->applicationReopened();
+            } else {
+                agent->openFiles(paths);
+            }
         },
         [&] { delegate->applicationDidFinishLaunching(); });
     if (forwarded) return 0;  // the running agent has them

@@ -4,6 +4,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QDBusServiceWatcher>
 #include <QLoggingCategory>
 #include <QRegularExpression>
 #include <QStringList>
@@ -12,7 +13,7 @@
 #include "ui/MarkupStyler.h"
 #include "ui/RichNotificationWCLocalizable.h"
 
-Q_LOGGING_CATEGORY(lcDesktopNotification, "sweepwell.notification")
+Q_LOGGING_CATEGORY(lcDesktopNotification, "sweepwell.desktop-notification")
 
 namespace {
 
@@ -40,6 +41,12 @@ std::shared_ptr<DesktopNotification> DesktopNotification::create(
                 SLOT(actionInvoked(uint, QString)));
     bus.connect(kService, kPath, kInterface, "NotificationClosed", self.get(),
                 SLOT(notificationClosed(uint, uint)));
+    // Another server answers from here on: it may draw other things, and
+    // what the old one showed went with it.
+    auto* watcher = new QDBusServiceWatcher(QString::fromLatin1(kService), bus,
+                                            QDBusServiceWatcher::WatchForOwnerChange, self.get());
+    QObject::connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, self.get(),
+                     &DesktopNotification::serviceOwnerChanged);
     return self;
 }
 
@@ -84,18 +91,36 @@ QString DesktopNotification::body(const std::string& markup, bool withMarkup) {
     return QString::fromStdString(markup).remove(otherTags);
 }
 
+DesktopNotification::Content DesktopNotification::content(const std::string& markup,
+                                                          const QStringList& capabilities,
+                                                          const std::string& mainAppName,
+                                                          const LocalizedStrings& texts) {
+    const bool withMarkup = capabilities.contains(QStringLiteral("body-markup"));
+    Content content{body(markup, withMarkup), {}};
+    if (capabilities.contains(QStringLiteral("actions"))) {
+        content.actions << kCompleteUninstallAction
+                        << QString::fromStdString(
+                               RichNotificationWCLocalizable::completeUninstallButtonTitle(texts))
+                        << kCloseAction
+                        << QString::fromStdString(
+                               RichNotificationWCLocalizable::closeButtonTitle(texts));
+    } else {
+        const QString hint = QString::fromStdString(
+            RichNotificationWCLocalizable::withoutButtonsHint(mainAppName, texts));
+        content.body += QStringLiteral("\n\n") + (withMarkup ? hint.toHtmlEscaped() : hint);
+    }
+    return content;
+}
+
 void DesktopNotification::notify() {
     const std::string markup = m_pOffer->descriptionMarkup(*m_pTexts);
     // Each change of the text replaces the notification; an unchanged one
     // would only make the service show it again.
     if (markup.empty() || (m_nId != 0 && markup == m_sShownMarkup)) return;
     QDBusConnection bus = QDBusConnection::sessionBus();
-    // The service is asked what it can show once per notification, not at
-    // every growth of the size: each call waits for its answer. A shown
-    // notification always has its answer.
-    if (m_nId == 0) {
-        const QDBusReply<QStringList> capabilities =
-            bus.call(call("GetCapabilities"), QDBus::Block, kCallTimeoutMs);
+    if (!m_pCapabilities) {
+        const QDBusMessage answer = bus.call(call("GetCapabilities"), QDBus::Block, kCallTimeoutMs);
+        const QDBusReply<QStringList> capabilities(answer);
         if (!capabilities.isValid()) {
             qCWarning(lcDesktopNotification).noquote()
                 << "no desktop notification service answers, so nothing is shown:"
@@ -103,17 +128,9 @@ void DesktopNotification::notify() {
             return;
         }
         m_pCapabilities = capabilities.value();
+        m_sServiceOwner = answer.service();
     }
-    const QStringList& capabilities = *m_pCapabilities;
-    QStringList actions;
-    if (capabilities.contains(QStringLiteral("actions"))) {
-        actions << kDefaultAction
-                << QString::fromStdString(
-                       RichNotificationWCLocalizable::completeUninstallButtonTitle(*m_pTexts))
-                << kCloseAction
-                << QString::fromStdString(
-                       RichNotificationWCLocalizable::closeButtonTitle(*m_pTexts));
-    }
+    const Content shown = content(markup, *m_pCapabilities, m_sMainAppName, *m_pTexts);
     QVariantMap hints;
     hints.insert(QStringLiteral("desktop-entry"),
                  QStringLiteral("com.quorvex.Sweepwell-Plus-Helper"));
@@ -121,8 +138,7 @@ void DesktopNotification::notify() {
     notify << QStringLiteral("Sweepwell Helper") << m_nId << QString::fromStdString(m_sIconPath)
            << QString::fromStdString(
                   RichNotificationWCLocalizable::titleWithAppName(m_sMainAppName, *m_pTexts))
-           << body(markup, capabilities.contains(QStringLiteral("body-markup"))) << actions << hints
-           << 0;  // stays until the user answers it
+           << shown.body << shown.actions << hints << 0;  // stays until the user answers it
     const QDBusReply<uint> id = bus.call(notify, QDBus::Block, kCallTimeoutMs);
     if (!id.isValid()) {
         qCWarning(lcDesktopNotification).noquote()
@@ -139,7 +155,7 @@ void DesktopNotification::notify() {
 
 void DesktopNotification::actionInvoked(uint id, const QString& action) {
     if (id == 0 || id != m_nId) return;
-    if (action == QLatin1String(kDefaultAction)) {
+    if (action == QLatin1String(kCompleteUninstallAction)) {
         m_pOffer->onSelectCompleteUninstall();
     } else if (action == QLatin1String(kCloseAction)) {
         m_pOffer->hideNotification();
@@ -150,4 +166,24 @@ void DesktopNotification::notificationClosed(uint id, uint /*reason*/) {
     if (id == 0 || id != m_nId) return;
     m_nId = 0;  // already gone: nothing to close
     m_pOffer->hideNotification();
+}
+
+void DesktopNotification::serviceOwnerChanged(const QString& /*service*/,
+                                              const QString& /*oldOwner*/,
+                                              const QString& newOwner) {
+    // A service the bus started for our first call is announced only after
+    // it answered: that is the one already asked, not another.
+    if (!newOwner.isEmpty() && newOwner == m_sServiceOwner) return;
+    m_pCapabilities.reset();
+    m_sServiceOwner.clear();
+    if (m_nId == 0) return;
+    m_nId = 0;
+    m_pOffer->hideNotification();
+}
+
+void DesktopNotification::reopened() {
+    if (m_nId == 0 || !m_pCapabilities || m_pCapabilities->contains(QStringLiteral("actions"))) {
+        return;
+    }
+    m_pOffer->onSelectCompleteUninstall();
 }

@@ -15,10 +15,13 @@
 // The notification as the desktop's notification service shows it
 // (org.freedesktop.Notifications on the session bus), for sessions where the
 // agent cannot place a window of its own. The same offer decides what is
-// shown and handed over; "Complete Uninstall" is the default action and
-// "Close" the other, when the service has actions. Joining applications or a
-// growing size replace the one notification instead of stacking new ones.
-// Without a service nothing is shown and nothing fails. Main thread only.
+// shown and handed over. "Complete Uninstall" and "Close" are named actions,
+// which services draw as buttons; there is no default action, so a click on
+// the body (how many desktops dismiss a notification) hands nothing over. A
+// service without actions is told in the text to start the Helper again,
+// which hands the list over (reopened()). Joining applications or a growing
+// size replace the one notification instead of stacking new ones. Without a
+// service nothing is shown and nothing fails. Main thread only.
 class DesktopNotification : public QObject,
                             public RemovalOffer::View,
                             public SimpleRemainsInfoListener,
@@ -28,8 +31,14 @@ class DesktopNotification : public QObject,
 public:
     static constexpr const char* kService = "org.freedesktop.Notifications";
     static constexpr const char* kPath = "/org/freedesktop/Notifications";
-    static constexpr const char* kDefaultAction = "default";
+    static constexpr const char* kCompleteUninstallAction = "complete-uninstall";
     static constexpr const char* kCloseAction = "close";
+
+    // What is sent for a description, to a service with these capabilities.
+    struct Content {
+        QString body;
+        QStringList actions;  // key and title, pairwise
+    };
 
     // `iconPath`: the application's icon, as a file path.
     static std::shared_ptr<DesktopNotification> create(
@@ -44,9 +53,15 @@ public:
     void closeWindow() override;
     void onSimpleRemainsInfoChanged(const std::shared_ptr<SimpleRemainsInfo>& info) override;
 
+    // The Helper was started again while this shows: on a service that
+    // draws no buttons that is the user's "Complete Uninstall".
+    void reopened();
+
     // The description for a service that shows `<b>` (the only tag kept)
     // or, without markup, as plain text.
     static QString body(const std::string& markup, bool withMarkup);
+    static Content content(const std::string& markup, const QStringList& capabilities,
+                           const std::string& mainAppName, const LocalizedStrings& texts);
 
 private:
     DesktopNotification(std::shared_ptr<const LocalizedStrings> texts, std::string mainAppName,
@@ -56,6 +71,8 @@ private:
 private slots:
     void actionInvoked(uint id, const QString& action);
     void notificationClosed(uint id, uint reason);
+    void serviceOwnerChanged(const QString& service, const QString& oldOwner,
+                             const QString& newOwner);
 
 private:
     std::shared_ptr<RemovalOffer> m_pOffer;
@@ -65,6 +82,9 @@ private:
     // The shown notification's id; 0 while none is shown.
     std::uint32_t m_nId = 0;
     std::string m_sShownMarkup;
-    // What the service said it can show, asked when the notification first showed.
+    // What the service said it can show: asked once, and again only after
+    // another process took the service's name.
     std::optional<QStringList> m_pCapabilities;
+    // The unique bus name of the process that answered.
+    QString m_sServiceOwner;
 };

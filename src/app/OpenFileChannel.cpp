@@ -74,7 +74,8 @@ private:
         m_pSocket->write(&kAcknowledgement, 1);
         m_pSocket->flush();
         m_pSocket->disconnectFromServer();
-        if (m_fnReceiver && !paths.empty()) m_fnReceiver(std::move(paths));
+        // No paths: a start with nothing to open, which the receiver hears of too.
+        if (m_fnReceiver) m_fnReceiver(std::move(paths));
     }
 
     QLocalSocket* m_pSocket;

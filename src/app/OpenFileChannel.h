@@ -38,7 +38,8 @@ public:
     // then becomes the agent itself.
     bool forwardToRunningInstance(const std::vector<std::string>& paths) const;
 
-    // Starts listening; `receiver` gets each message's paths on this thread.
+    // Starts listening; `receiver` gets each message's paths on this thread
+    // (none for a start with nothing to open).
     // False when the socket cannot be made (the agent then runs without it).
     bool listen(Receiver receiver);
 

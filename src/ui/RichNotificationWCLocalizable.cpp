@@ -13,6 +13,10 @@ constexpr const char* kCompleteUninstallDefault =
     "Complete Uninstall";  // Complete uninstall buttonTitle
 constexpr const char* kTitleKey = "Title";
 constexpr const char* kTitleDefault = "%@ - Complete Uninstallation";  // Title
+constexpr const char* kWithoutButtonsKey = "WithoutButtonsHint";
+constexpr const char* kWithoutButtonsDefault =
+    "To remove them, start Sweepwell Helper again (sweepwell-helper): it opens them in "
+    "%@.";  // a notification service without buttons
 constexpr const char* kDescriptionKey = "DescriptionOfAlert";
 constexpr const char* kDescriptionDefault =
     "%@ - Complete Uninstallation";  // description of the alert
@@ -54,6 +58,12 @@ std::string RichNotificationWCLocalizable::closeButtonTitle(const LocalizedStrin
 std::string RichNotificationWCLocalizable::completeUninstallButtonTitle(
     const LocalizedStrings& table) {
     return table.localizedStringForKey(kCompleteUninstallKey, kCompleteUninstallDefault);
+}
+
+std::string RichNotificationWCLocalizable::withoutButtonsHint(const std::string& mainAppName,
+                                                              const LocalizedStrings& table) {
+    const std::array<FormatArgument, 1> arguments{mainAppName};
+    return table.localizedStringWithFormat(kWithoutButtonsKey, kWithoutButtonsDefault, arguments);
 }
 
 std::string RichNotificationWCLocalizable::titleWithAppName(const std::string& appName,

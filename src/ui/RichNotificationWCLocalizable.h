@@ -27,6 +27,11 @@ public:
                                               bool areWeSureIfAllElementsAreCalculated);
 
     static std::string closeButtonTitle(const LocalizedStrings& table);
+    // For a desktop notification service that draws no buttons: how to hand
+    // the leftovers to the Main application (named by `mainAppName`) anyway.
+    // Plain text.
+    static std::string withoutButtonsHint(const std::string& mainAppName,
+                                          const LocalizedStrings& table);
     static std::string completeUninstallButtonTitle(const LocalizedStrings& table);
     static std::string titleWithAppName(const std::string& appName, const LocalizedStrings& table);
     static std::string descriptionWithAppName(const std::string& appName,

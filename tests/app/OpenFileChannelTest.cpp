@@ -64,7 +64,7 @@ TEST_F(OpenFileChannelTest, SecondStartHandsItsFilesToTheAgent) {
               {{"/tmp/a.msgforswhelp", "/tmp/with space/b"}}},
              {{"relative/path", "", "/kept"}, {{"/kept"}}},
              {{longPath}, {{longPath}}},
-             {{}, {}}}) {  // a start with nothing to open finds the agent and leaves it be
+             {{}, {{}}}}) {  // a start with nothing to open is heard of too
         received.clear();
         EXPECT_TRUE(startElsewhere([&] {
             return OpenFileChannel(socket).forwardOrListen(sent, nullptr, [&] { ++launches; });

@@ -1,9 +1,9 @@
 // A desktop notification service for the end-to-end suite: it owns
 // org.freedesktop.Notifications on the session bus, appends each call it
 // gets to RECORD (one line, fields separated by tabs) and, when CONTROL
-// appears holding "default", "close" or "dismiss", answers the last
-// notification as a user would: the default action, the Close action, or
-// closing it.
+// appears holding an action key ("complete-uninstall", "close", or
+// "default" for a click on the body) or "dismiss", answers the last
+// notification as a user would: that action, or closing it.
 //
 //   e2e_fake_notifications RECORD CONTROL [--no-actions] [--no-markup]
 #include <QCoreApplication>
@@ -36,7 +36,10 @@ public:
     }
 
 public slots:
-    QStringList GetCapabilities() { return m_capabilities; }
+    QStringList GetCapabilities() {
+        write({"GetCapabilities"});
+        return m_capabilities;
+    }
     QString GetServerInformation(QString& vendor, QString& version, QString& specVersion) {
         vendor = "e2e";
         version = "1";
@@ -56,7 +59,10 @@ public slots:
 private:
     void write(const QStringList& fields) {
         QFile file(m_record);
-        if (file.open(QIODevice::Append)) file.write((fields.join('\t') + '\n').toUtf8());
+        // One line per call: a line break inside a field is written as \n.
+        QString line = fields.join('\t');
+        line.replace('\n', QStringLiteral("\\n"));
+        if (file.open(QIODevice::Append)) file.write((line + '\n').toUtf8());
     }
 
     QString m_record;

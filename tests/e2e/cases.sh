@@ -27,6 +27,9 @@ cases=(
   main_app_keeps_out_of_an_unsafe_trash
   desktop_notification_without_a_display
   desktop_notification_closed_or_absent
+  desktop_notification_without_buttons
+  desktop_notification_service_started_on_demand
+  desktop_notification_on_dunst
 )
 
 fail() {
@@ -574,8 +577,11 @@ PY
   [ -f /etc/passwd ] && [ -d "$HOME/Library/Caches" ] && [ -f /tmp/outside-of-home/precious ] ||
     fail "something was moved"
   [ -z "$(ls -A "$(desktop_trash)/files" 2>/dev/null)" ] || fail "the Trash is not empty"
-  [ "$(grep -c 'is not touched' "$out/main.log")" -eq 6 ] || fail "not every refusal was said: $(cat "$out/main.log")"
-  grep -q "100000 entries" "$out/main.log" || fail "the flood was not refused whole"
+  # Said in the project's log, as the agent says things.
+  [ "$(grep -c '^sweepwell\.main-app: .* is not touched' "$out/main.log")" -eq 6 ] ||
+    fail "not every refusal was said: $(cat "$out/main.log")"
+  grep -q "^sweepwell\.main-app: a removal list was refused: .*100000 entries" "$out/main.log" ||
+    fail "the flood was not refused whole"
 }
 
 # Opens a removal list of the given paths in the Main application (from a
@@ -674,18 +680,25 @@ case_main_app_keeps_out_of_an_unsafe_trash() {
 # session bus of the sandbox's own with our fake service on it.
 notifications=$build/tests/e2e/e2e_fake_notifications
 start_bus() {  # fake service options…
-  dbus-daemon --config-file="$root/tests/e2e/session-bus.conf" --fork --print-address=3 \
+  dbus-daemon --config-file="${bus_config:-$root/tests/e2e/session-bus.conf}" --fork --print-address=3 \
     --print-pid=4 3>"$out/bus-address" 4>"$out/bus-pid" ||
     fail "no session bus"
   export DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$out/bus-address")
   if [ "${1:-}" != --no-service ]; then
     "$notifications" "$out/notify.txt" "$out/notify-control" "$@" &
+    service_pid=$!
     wait_for 10 grep -q . "$out/bus-address" || true
     sleep 0.5
   fi
   unset DISPLAY
 }
-stop_bus() { kill "$(cat "$out/bus-pid" 2>/dev/null)" 2>/dev/null || true; }
+# The service too: one left over from an earlier run would take the answers
+# meant for this one (the same control file).
+stop_service() { [ -z "${service_pid:-}" ] || kill "$service_pid" 2>/dev/null || true; }
+stop_bus() {
+  stop_service
+  kill "$(cat "$out/bus-pid" 2>/dev/null)" 2>/dev/null || true
+}
 notified() { grep -c '^Notify' "$out/notify.txt" 2>/dev/null || echo 0; }
 
 case_desktop_notification_without_a_display() {
@@ -702,16 +715,25 @@ case_desktop_notification_without_a_display() {
   [ "$app" = "Sweepwell Helper" ] && [ "$replaces" = 0 ] || fail "not a new notification: $first"
   [ "$summary" = "Sweepwell - Complete Uninstallation" ] || fail "summary: $summary"
   [[ "$body" == "<b>Quiet Notes</b>"*"<b>"*"</b>"* ]] || fail "body: $body"
-  [ "$actions" = "default|Complete Uninstall|close|Close" ] || fail "actions: $actions"
+  [ "$actions" = "complete-uninstall|Complete Uninstall|close|Close" ] || fail "actions: $actions"
   [ -f "$icon" ] || fail "no icon at $icon"
   [ "$(grep -c $'^Notify\t[^\t]*\t0\t' "$out/notify.txt")" -eq 1 ] || fail "stacked: $(cat "$out/notify.txt")"
-  echo default >"$out/notify-control"
+  echo complete-uninstall >"$out/notify-control"
   wait_for 15 test -s "$received" || fail "the Main application received nothing"
   expect_listed "$(desktop_trash)/files/Quiet Notes.app" "$HOME/Library/Caches/com.example.QuietNotes"
 }
 
-# Closing it hands nothing over; a plain-text service gets plain text; with no
-# service at all the agent keeps running and says so once in its log.
+# Answers the last notification as the user would (see FakeNotifications.cpp)
+# and waits until the service has taken the answer.
+answer() {
+  echo "$1" >"$out/notify-control"
+  wait_for 10 test ! -e "$out/notify-control" || fail "the service took no answer"
+}
+
+# A click on the body or closing it hands nothing over; a plain-text service
+# gets plain text; the service is asked what it can draw once, not for each
+# notification; with no service at all the agent keeps running and says so
+# once in its log.
 case_desktop_notification_closed_or_absent() {
   start_bus --no-markup
   trap 'stop_agent; stop_bus' EXIT
@@ -720,16 +742,164 @@ case_desktop_notification_closed_or_absent() {
   gtrash "Shy Notes"
   wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification"
   grep -m1 '^Notify' "$out/notify.txt" | grep -q $'\tShy Notes left' || fail "not plain text: $(cat "$out/notify.txt")"
-  echo dismiss >"$out/notify-control"
+  answer default
+  answer dismiss
   sleep 3
-  [ ! -s "$received" ] || fail "closing handed the list over"
-  pkill -f e2e_fake_notifications || true
+  [ ! -s "$received" ] || fail "a click on the body or closing handed the list over"
+  app "Next Notes" com.example.NextNotes
+  gtrash "Next Notes"
+  wait_for 15 grep -q $'^Notify.*\tNext Notes left' "$out/notify.txt" || fail "no second notification"
+  [ "$(grep -c '^GetCapabilities' "$out/notify.txt")" -eq 1 ] ||
+    fail "the service was asked more than once what it can draw: $(cat "$out/notify.txt")"
+  answer dismiss
+  stop_service
   sleep 0.5
   app "Lone Notes" com.example.LoneNotes
   gtrash "Lone Notes"
   wait_for 10 grep -q "no desktop notification service" "$out/agent.log" || fail "no log line without a service"
   agent_alive || fail "the agent ended without a service"
   [ ! -s "$received" ] || fail "something was handed over"
+}
+
+# As on many desktops, the bus starts the service when the agent first calls
+# it. The bus tells of the new owner only afterwards, and that is the server
+# the agent already talks to, not another one: the notification stays its
+# own, and its action is taken.
+case_desktop_notification_service_started_on_demand() {
+  mkdir -p "$out/services"
+  sed "s|<busconfig>|<busconfig><servicedir>$out/services</servicedir>|" \
+    "$root/tests/e2e/session-bus.conf" >"$out/session-bus.conf"
+  # The bus starts it: it leaves its process id for stop_service.
+  printf '#!/bin/sh\necho $$ >"%s"\nexec "%s" "%s" "%s"\n' "$out/service-pid" "$notifications" \
+    "$out/notify.txt" "$out/notify-control" >"$out/services/start-notifications"
+  chmod +x "$out/services/start-notifications"
+  printf '[D-BUS Service]\nName=org.freedesktop.Notifications\nExec=%s\n' \
+    "$out/services/start-notifications" >"$out/services/notifications.service"
+  bus_config=$out/session-bus.conf start_bus --no-service
+  trap 'service_pid=$(cat "$out/service-pid" 2>/dev/null); stop_agent; stop_bus' EXIT
+  start_session
+  app "Woken Notes" com.example.WokenNotes
+  gtrash "Woken Notes"
+  wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification (see $out/agent.log)"
+  sleep 2.5  # the sizes arrive and replace its text; the owner change has long arrived
+  [ "$(grep -c $'^Notify\t[^\t]*\t0\t' "$out/notify.txt")" -eq 1 ] || fail "not one notification: $(cat "$out/notify.txt")"
+  answer complete-uninstall
+  wait_for 15 test -s "$received" || fail "the Main application received nothing"
+  expect_listed "$(desktop_trash)/files/Woken Notes.app"
+}
+
+# A service that draws no buttons is told how to hand the list over anyway:
+# the Helper started again with nothing to open does it.
+case_desktop_notification_without_buttons() {
+  start_bus --no-actions
+  trap 'stop_agent; stop_bus' EXIT
+  start_session
+  app "Plain Notes" com.example.PlainNotes
+  gtrash "Plain Notes"
+  wait_for 15 grep -q '^Notify' "$out/notify.txt" || fail "no desktop notification"
+  local body actions  # fields 6 and 7; the actions are empty
+  body=$(grep -m1 '^Notify' "$out/notify.txt" | cut -f6)
+  actions=$(grep -m1 '^Notify' "$out/notify.txt" | cut -f7)
+  [ -z "$actions" ] || fail "actions sent to a service without them: $actions"
+  [[ $body == *"start Sweepwell Helper again (sweepwell-helper)"* ]] || fail "no way to go on: $body"
+  timeout 20 "$helper_bundle/Contents/MacOS/SweepwellHelper" || fail "the second start failed"
+  wait_for 15 test -s "$received" || fail "the second start handed nothing over"
+  expect_listed "$(desktop_trash)/files/Plain Notes.app" "$HOME/Library/Caches/com.example.PlainNotes"
+  wait_for 5 grep -q '^Close' "$out/notify.txt" || fail "the notification stayed after the hand-over"
+  # With nothing shown, starting it again does nothing.
+  : >"$received"
+  timeout 20 "$helper_bundle/Contents/MacOS/SweepwellHelper" || fail "the second start failed"
+  sleep 2
+  [ ! -s "$received" ] || fail "a start with nothing shown handed something over"
+}
+
+# A real notification server: dunst on the sandbox's bus, drawing on the
+# private X server while the agent has none. Its context menu (the list of a
+# notification's actions) goes to a program of the case's own instead of
+# dmenu: it writes the menu to $out/menu.txt and picks the line of the action
+# key that $out/choice holds, if any (a line: "#Title (summary) [id,key]").
+start_dunst() {  # X display
+  cat >"$out/pick" <<'PICK'
+#!/bin/sh
+out=$(dirname "$0")
+menu=$(cat)
+printf '%s\n--\n' "$menu" >>"$out/menu.txt"
+choice=$(cat "$out/choice" 2>/dev/null)
+[ -z "$choice" ] || printf '%s\n' "$menu" | grep -m1 -F -- ",$choice]"
+PICK
+  chmod +x "$out/pick"
+  cat >"$out/dunstrc" <<RC
+[global]
+    font = Liberation Sans 10
+    width = 380
+    origin = top-right
+    offset = 10x10
+    markup = full
+    format = "<b>%s</b>\n%b"
+    show_indicators = yes
+    dmenu = $out/pick
+RC
+  DISPLAY=$1 dunst -config "$out/dunstrc" >"$out/dunst.log" 2>&1 &
+  dunst_pid=$!
+  wait_for 10 dunstctl is-paused >/dev/null 2>&1 || fail "dunst did not start (see $out/dunst.log)"
+}
+stop_dunst() { [ -z "${dunst_pid:-}" ] || kill "$dunst_pid" 2>/dev/null || true; }
+dunst_count() { dunstctl count "$1"; }
+dunst_shows() { [ "$(dunst_count displayed)" -eq "$1" ]; }
+menus_read() {
+  local count
+  count=$(grep -c '^--$' "$out/menu.txt" 2>/dev/null)
+  printf '%s' "${count:-0}"
+}
+more_menus_read_than() { [ "$(menus_read)" -gt "$1" ]; }
+# Opens dunst's menu of the shown notification's actions and picks the action
+# key $1 (or nothing), then waits until the menu was read.
+dunst_menu() {  # action key, dunstctl command…
+  local before
+  before=$(menus_read)
+  printf '%s' "$1" >"$out/choice"
+  dunstctl "${@:2}"
+  wait_for 10 more_menus_read_than "$before" || fail "dunst opened no menu"
+}
+
+case_desktop_notification_on_dunst() {
+  local x_display=$DISPLAY
+  start_bus --no-service
+  trap 'stop_agent; stop_dunst; stop_bus' EXIT
+  start_dunst "$x_display"
+  start_session
+  app "Real Notes" com.example.RealNotes
+  gtrash "Real Notes"
+  wait_for 15 dunst_shows 1 || fail "dunst shows no notification (see $out/agent.log)"
+  sleep 2.5  # the sizes arrive and replace its text
+  [ "$(dunst_count displayed)" -eq 1 ] && [ "$(dunst_count waiting)" -eq 0 ] &&
+    [ "$(dunst_count history)" -eq 0 ] || fail "not one notification updated in place: $(dunstctl count)"
+  [ "$(grep -c 'showing as a desktop notification' "$out/agent.log")" -eq 1 ] || fail "shown more than once"
+  DISPLAY=$x_display import -window root "$out/dunst.png"
+  # What dunst does for a middle click on the body: with no default action it
+  # only offers the actions, and choosing none hands nothing over.
+  dunst_menu "" action 0
+  grep -q '^#Complete Uninstall (Sweepwell - Complete Uninstallation) \[[0-9]*,complete-uninstall\]$' "$out/menu.txt" &&
+    grep -q '^#Close (Sweepwell - Complete Uninstallation) \[[0-9]*,close\]$' "$out/menu.txt" ||
+    fail "dunst lists other actions: $(cat "$out/menu.txt")"
+  ! grep -q ',default\]' "$out/menu.txt" || fail "a default action: $(cat "$out/menu.txt")"
+  sleep 2
+  [ ! -s "$received" ] || fail "the body handed the list over"
+  [ "$(dunst_count displayed)" -eq 1 ] || fail "the notification went without an answer"
+  dunst_menu complete-uninstall context
+  wait_for 15 test -s "$received" || fail "the Main application received nothing"
+  expect_listed "$(desktop_trash)/files/Real Notes.app" "$HOME/Library/Caches/com.example.RealNotes"
+  wait_for 5 dunst_shows 0 || fail "the notification stayed after the hand-over"
+
+  # Closing it hands nothing over.
+  : >"$received"
+  app "Closed Notes" com.example.ClosedNotes
+  gtrash "Closed Notes"
+  wait_for 15 dunst_shows 1 || fail "no second notification"
+  dunstctl close
+  sleep 3
+  [ ! -s "$received" ] || fail "closing handed the list over"
+  [ "$(dunst_count displayed)" -eq 0 ] || fail "closed, yet shown"
 }
 
 # The Debian package's files, unpacked into a scratch folder by

@@ -25,6 +25,14 @@ TEST(RichNotificationWCLocalizableTest, EveryLanguageWritesValidMarkupForEveryCo
             EXPECT_NE(Texts::completeUninstallButtonTitle(table), "Complete Uninstall");
         }
         EXPECT_NE(Texts::titleWithAppName("Sweepwell", table).find("Sweepwell"), std::string::npos);
+        // The way on without buttons names the command and the Main application.
+        const std::string hint = Texts::withoutButtonsHint("Sweepwell", table);
+        EXPECT_NE(hint.find("sweepwell-helper"), std::string::npos) << locale;
+        EXPECT_NE(hint.find("Sweepwell Helper"), std::string::npos) << locale;
+        EXPECT_EQ(hint.find('%'), std::string::npos) << locale;
+        if (table.localization() != "en") {
+            EXPECT_NE(hint, Texts::withoutButtonsHint("Sweepwell", LocalizedStrings())) << locale;
+        }
 
         std::map<std::string, std::int64_t> wordings;
         for (std::int64_t others : {0, 1, 2, 5, 21, 101}) {
