@@ -21,6 +21,7 @@ cases=(
   bundle_copied_in_slowly
   disk_trash_after_the_start
   trash_removed_and_made_again
+  disk_of_another_user_is_not_trusted
   main_app_moves_the_checked_leftovers
   main_app_refuses_a_hostile_list
   main_app_records_each_original_path
@@ -453,6 +454,34 @@ case_disk_trash_after_the_start() {
   wait_for 5 grep -q "no longer watching $disk/.Trash-$uid/files" "$out/agent.log" ||
     fail "the agent did not drop the disk's Trash"
   agent_alive || fail "the agent ended with the disk"
+}
+
+# A shared disk whose top folder is another user's (or whose sticky .Trash
+# is): that user could swap the user's Trash there, so it is never used, and
+# an application "trashed" there is not announced. Needs root to play the
+# other user; skipped otherwise.
+case_disk_of_another_user_is_not_trusted() {
+  [ "$(id -u)" -eq 0 ] || { step "skipped: needs root to make another user's disk"; return 0; }
+  local disk="$SWEEPWELL_SANDBOX/shared" uid=0 other
+  other=$(id -u nobody)
+  mkdir -p "$disk"
+  mount -t tmpfs -o mode=0755 sweepwell-shared "$disk" || fail "cannot mount a tmpfs"
+  mkdir -p "$disk/top" "$disk/sticky/.Trash/$uid/files" "$disk/sticky/.Trash/$uid/info"
+  chown "$other" "$disk/top" "$disk/sticky/.Trash"
+  chmod 1777 "$disk/sticky/.Trash"
+  chmod 700 "$disk/sticky/.Trash/$uid"
+  mkdir -p -m 0700 "$disk/top/.Trash-$uid"
+  mkdir -p "$disk/top/.Trash-$uid/files" "$disk/top/.Trash-$uid/info"
+  mount --bind "$disk/top" "$disk/top"  # two disks: another's top folder, another's .Trash
+  mount --bind "$disk/sticky" "$disk/sticky"
+  start_session
+  wait_for 5 grep -q "watching the Trash folder $(desktop_trash)/files" "$out/agent.log" ||
+    fail "the agent does not watch the desktop Trash"
+  ! grep -q "watching the Trash folder $disk/" "$out/agent.log" || fail "another user's disk is trusted: $(cat "$out/agent.log")"
+  make_app "$disk/top/.Trash-$uid/files" "Lure" com.victim.Precious
+  make_app "$disk/sticky/.Trash/$uid/files" "Lure" com.victim.Precious
+  blob "$HOME/Library/Containers/com.victim.Precious/Data.db" 100
+  expect_silence 5 "for an application in the Trash of another user's disk"
 }
 
 # The Main application for real: the window lists the leftovers, one is
