@@ -162,10 +162,6 @@ void BM_MoveToReportBeyondQuietPeriod(benchmark::State& state) {
         watcher.reset();
         for (const auto& path : moved) fs::remove_all(path);
         state.counters["trash_entries"] = static_cast<double>(state.range(0));
-        // Let the watcher thread finish before its main queue goes away.
-        while (FileEventQueue::numberOfRunningWatcherThreads() != 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
     }
 }
 BENCHMARK(BM_MoveToReportBeyondQuietPeriod)

@@ -153,7 +153,16 @@ std::vector<KernelEventQueue::Event> KernelEventQueue::wait(std::chrono::millise
         [[maybe_unused]] const ssize_t drained = ::read(wakeFD, &count, sizeof count);
         return {};
     }
+    return readPending();
+}
 
+std::vector<KernelEventQueue::Event> KernelEventQueue::readPending() {
+    int fd = -1;
+    {
+        std::lock_guard guard(m_lock);
+        fd = m_fd.get();
+    }
+    if (fd < 0) return {};
     // Read everything that is queued now; the fd does not block.
     std::vector<std::pair<int, std::uint32_t>> raw;  // (watch or -1 for overflow, notes)
     std::vector<int> detached;
@@ -165,7 +174,7 @@ std::vector<KernelEventQueue::Event> KernelEventQueue::wait(std::chrono::millise
             std::memcpy(&header, m_arrReadBuffer.data() + at, sizeof header);
             at += static_cast<ssize_t>(sizeof header + header.len);
             if (header.mask & IN_Q_OVERFLOW) {
-                raw.emplace_back(-1, kNoteWrite);
+                raw.emplace_back(-1, kNoteWrite | kNoteOverflow);
             } else if (header.mask & IN_IGNORED) {
                 detached.push_back(header.wd);  // the watch is gone (deleted, unmounted, closed)
             } else if (const std::uint32_t notes = notesFor(header.mask, header.len > 0)) {
@@ -180,7 +189,7 @@ std::vector<KernelEventQueue::Event> KernelEventQueue::wait(std::chrono::millise
     auto note = [&](int registration, std::uint32_t notes) {
         const auto entry = m_arrRegistrations.find(registration);
         if (entry == m_arrRegistrations.end()) return;
-        const std::uint32_t wanted = notes & entry->second.fflags;
+        const std::uint32_t wanted = notes & (entry->second.fflags | kNoteOverflow);
         if (wanted == 0) return;
         auto [slot, added] = merged.try_emplace(registration, 0);
         if (added) order.push_back(registration);

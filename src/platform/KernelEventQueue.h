@@ -22,6 +22,10 @@ inline constexpr std::uint32_t kNoteLink = 0x10;
 inline constexpr std::uint32_t kNoteRename = 0x20;
 inline constexpr std::uint32_t kNoteRevoke = 0x40;
 inline constexpr std::uint32_t kNoteAll = 0x7F;
+// Not a change of one path: the kernel dropped events for lack of room, so
+// whatever is watched must be read again. Reported to every registration,
+// whatever it is subscribed to.
+inline constexpr std::uint32_t kNoteOverflow = 0x80;
 
 // A kernel queue of per-path change events, built on one inotify instance.
 //
@@ -68,13 +72,16 @@ public:
     // Ends the registration; unknown numbers are ignored.
     void close(int registration);
 
-    // Waits up to `timeout` for events and answers everything that could be
-    // read in that wake, merged: one event per registration, carrying the OR of
-    // all kinds it saw, in the order of each registration's first change. Empty
-    // after a time-out. If the kernel dropped events for lack of room, every
-    // registration subscribed to writes gets a write, so that its owner
-    // re-reads what it watches.
+    // Waits up to `timeout` for events and answers readPending(). Empty after
+    // a time-out or an interrupt().
     std::vector<Event> wait(std::chrono::milliseconds timeout);
+    // Everything that can be read now, without waiting, merged: one event per
+    // registration, carrying the OR of all kinds it saw, in the order of each
+    // registration's first change. If the kernel dropped events for lack of
+    // room, every registration gets kNoteOverflow, and a write too when it is
+    // subscribed to writes, so that its owner re-reads what it watches. For
+    // the one thread that reads.
+    std::vector<Event> readPending();
 
 private:
     KernelEventQueue(UniqueFd fd, UniqueFd wakeFD);

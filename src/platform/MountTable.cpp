@@ -1,8 +1,6 @@
 #include "platform/MountTable.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -127,36 +125,5 @@ std::optional<std::string> trashFolderOfMount(const std::string& topDirectory, u
 }
 
 }  // namespace MountTable
-
-std::unique_ptr<MountTableChanges> MountTableChanges::create() {
-    UniqueFd table(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
-    UniqueFd wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!table || !wake) return nullptr;
-    return std::unique_ptr<MountTableChanges>(
-        new MountTableChanges(std::move(table), std::move(wake)));
-}
-
-MountTableChanges::MountTableChanges(UniqueFd table, UniqueFd wake)
-    : m_table(std::move(table)), m_wake(std::move(wake)) {}
-
-MountTableChanges::~MountTableChanges() = default;
-
-bool MountTableChanges::wait(std::chrono::milliseconds timeout) {
-    pollfd watched[2] = {{m_table.get(), POLLPRI, 0}, {m_wake.get(), POLLIN, 0}};
-    const int ready = ::poll(watched, 2, static_cast<int>(timeout.count()));
-    if (ready <= 0) return false;
-    if (watched[1].revents & POLLIN) {
-        std::uint64_t count = 0;
-        [[maybe_unused]] const auto ignored = ::read(m_wake.get(), &count, sizeof count);
-        return false;
-    }
-    // The kernel re-arms the event once poll has reported it.
-    return (watched[0].revents & (POLLPRI | POLLERR)) != 0;
-}
-
-void MountTableChanges::interrupt() {
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const auto ignored = ::write(m_wake.get(), &one, sizeof one);
-}
 
 }  // namespace platform

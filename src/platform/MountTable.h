@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,28 +44,5 @@ std::vector<MountPoint> current();
 std::optional<std::string> trashFolderOfMount(const std::string& topDirectory, uid_t uid);
 
 }  // namespace MountTable
-
-// Tells when the mount table changes (a disk plugged in or out, a mount or
-// an unmount), through the kernel's priority event on /proc/self/mountinfo.
-class MountTableChanges {
-public:
-    // null when the table cannot be opened for watching.
-    static std::unique_ptr<MountTableChanges> create();
-    ~MountTableChanges();
-    MountTableChanges(const MountTableChanges&) = delete;
-    MountTableChanges& operator=(const MountTableChanges&) = delete;
-
-    // Waits up to `timeout`; true when the table changed since the last call
-    // (or since create()), false after the time-out or an interrupt().
-    bool wait(std::chrono::milliseconds timeout);
-    // Makes a wait() in progress, or the next one, return false at once; safe
-    // from any thread.
-    void interrupt();
-
-private:
-    MountTableChanges(UniqueFd table, UniqueFd wake);
-    UniqueFd m_table;
-    UniqueFd m_wake;  // an eventfd that interrupt() makes readable
-};
 
 }  // namespace platform

@@ -37,7 +37,9 @@ std::shared_ptr<AppsInTrashWatcher> AppsInTrashWatcher::create(
 }
 
 AppsInTrashWatcher::AppsInTrashWatcher(Private, std::weak_ptr<AppsInTrashWatcherListener> listener)
-    : m_pListener(std::move(listener)) {}
+    : m_pListener(std::move(listener)),
+      // A change above a missing Trash folder.
+      m_absentWatches([this](const std::string&, std::uint32_t) { scheduleAbsentLook(); }) {}
 
 std::shared_ptr<DirectoryWatcher> AppsInTrashWatcher::getTrashWatcher() const {
     return m_arrFolders.empty() ? nullptr : watcherOf(m_arrFolders.front().path);
@@ -166,29 +168,18 @@ void AppsInTrashWatcher::onWatchedFolderGone(const std::string& path) {
 }
 
 void AppsInTrashWatcher::watchForAbsentFolders() {
+    m_absentWatches.clear();
     if (m_arrAbsent.empty()) {
         m_absentLook.cancel();
-        m_pAbsentQueue.reset();
         return;
     }
-    if (!m_pAbsentQueue) {
-        m_pAbsentQueue = FileEventQueue::create();
-        if (!m_pAbsentQueue) return;
-        m_pAbsentQueue->setDelegate(weak_from_this());
-    }
-    m_pAbsentQueue->removeAllPaths();
     for (const auto& folder : m_arrAbsent) {
         std::string above = platform::PathUtils::stringByDeletingLastPathComponent(folder.path);
         while (above.size() > 1 && !platform::leadsToFolder(above)) {
             above = platform::PathUtils::stringByDeletingLastPathComponent(above);
         }
-        m_pAbsentQueue->addPath(above, platform::kNoteWrite);
+        m_absentWatches.add(above, platform::kNoteWrite);
     }
-}
-
-void AppsInTrashWatcher::receivedNotification(FileEventQueue&, const std::string&,
-                                              const std::string&) {
-    scheduleAbsentLook();
 }
 
 void AppsInTrashWatcher::scheduleAbsentLook() {

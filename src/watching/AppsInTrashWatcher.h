@@ -34,7 +34,6 @@ public:
 // Main-thread only.
 class AppsInTrashWatcher final : public DirectoryWatcherDelegate,
                                  public TrashFoldersWatcherDelegate,
-                                 public FileEventQueueDelegate,
                                  public std::enable_shared_from_this<AppsInTrashWatcher> {
     struct Private {};
 
@@ -69,9 +68,6 @@ public:
 
     void onAddedAppWithPath(const std::string& path) override;
     void onWatchedFolderGone(const std::string& path) override;
-    // A change above a missing Trash folder.
-    void receivedNotification(FileEventQueue& queue, const std::string& name,
-                              const std::string& path) override;
     void trashFoldersChanged(const std::vector<TrashFolder>& folders,
                              const std::vector<std::string>& made) override;
 
@@ -99,6 +95,6 @@ private:
     std::shared_ptr<IncompleteArrivals> m_pIncomplete;
     // Home Trash folders that are missing, and what is watched for them.
     std::vector<TrashFolder> m_arrAbsent;
-    std::shared_ptr<FileEventQueue> m_pAbsentQueue;
+    platform::FileWatches m_absentWatches;
     dispatch::TimerHandle m_absentLook;
 };

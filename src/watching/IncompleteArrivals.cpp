@@ -22,7 +22,10 @@ std::shared_ptr<IncompleteArrivals> IncompleteArrivals::create(Check check,
 
 IncompleteArrivals::IncompleteArrivals(Private, Check check, dispatch::Duration quietPeriod,
                                        dispatch::Duration giveUpAfter)
-    : m_fnCheck(std::move(check)), m_nQuietPeriod(quietPeriod), m_nGiveUpAfter(giveUpAfter) {}
+    : m_fnCheck(std::move(check)),
+      m_nQuietPeriod(quietPeriod),
+      m_nGiveUpAfter(giveUpAfter),
+      m_watches([this](const std::string& path, std::uint32_t) { changedAt(path); }) {}
 
 void IncompleteArrivals::add(const std::string& path) {
     if (isWaitingFor(path)) return;
@@ -32,18 +35,12 @@ void IncompleteArrivals::add(const std::string& path) {
 }
 
 void IncompleteArrivals::watch(const std::string& path) {
-    if (!m_pQueue) {
-        m_pQueue = FileEventQueue::create();
-        if (!m_pQueue) return;
-        m_pQueue->setDelegate(weak_from_this());
-    }
-    m_pQueue->addPath(path, kChanges);
+    m_watches.add(path, kChanges);
     // Missing until the copy makes it; the bundle folder's event tells when.
-    m_pQueue->addPath(contentsOf(path), kChanges);
+    m_watches.add(contentsOf(path), kChanges);
 }
 
-void IncompleteArrivals::receivedNotification(FileEventQueue&, const std::string&,
-                                              const std::string& path) {
+void IncompleteArrivals::changedAt(const std::string& path) {
     for (const auto& candidate : {path, path.substr(0, path.rfind('/'))}) {
         if (!isWaitingFor(candidate)) continue;
         watch(candidate);
@@ -81,8 +78,6 @@ void IncompleteArrivals::forget(const std::string& path) {
     if (found == m_arrPending.end()) return;
     found->second.recheck.cancel();
     m_arrPending.erase(found);
-    if (m_pQueue) {
-        m_pQueue->removePath(path);
-        m_pQueue->removePath(contentsOf(path));
-    }
+    m_watches.remove(path);
+    m_watches.remove(contentsOf(path));
 }

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "dispatch/MainQueue.h"
-#include "watching/FileEventQueue.h"
+#include "platform/FileWatcher.h"
 
 // Application bundles that reached a Trash before they were whole: a program
 // that copies across disks instead of renaming makes the folder first and
@@ -16,8 +16,7 @@
 // watched; after every quiet period in which it changed it is looked at again,
 // and it is handed on once it is complete. One that stays silent and
 // incomplete for kGiveUpAfter, or goes away, is forgotten. Main-thread only.
-class IncompleteArrivals final : public FileEventQueueDelegate,
-                                 public std::enable_shared_from_this<IncompleteArrivals> {
+class IncompleteArrivals final : public std::enable_shared_from_this<IncompleteArrivals> {
     struct Private {};
 
 public:
@@ -39,9 +38,6 @@ public:
     bool isWaitingFor(const std::string& path) const { return m_arrPending.count(path) != 0; }
     std::size_t count() const { return m_arrPending.size(); }
 
-    void receivedNotification(FileEventQueue& queue, const std::string& name,
-                              const std::string& path) override;
-
 private:
     struct Pending {
         dispatch::TimePoint lastChange;
@@ -49,6 +45,8 @@ private:
     };
 
     void watch(const std::string& path);
+    // A change of a bundle waited for or of its Contents folder.
+    void changedAt(const std::string& path);
     void changed(const std::string& path);
     void recheck(const std::string& path);
     void forget(const std::string& path);
@@ -57,5 +55,5 @@ private:
     dispatch::Duration m_nQuietPeriod;
     dispatch::Duration m_nGiveUpAfter;
     std::map<std::string, Pending> m_arrPending;
-    std::shared_ptr<FileEventQueue> m_pQueue;
+    platform::FileWatches m_watches;
 };

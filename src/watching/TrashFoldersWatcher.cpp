@@ -1,7 +1,6 @@
 #include "watching/TrashFoldersWatcher.h"
 
 #include <algorithm>
-#include <thread>
 
 #include "dispatch/MainQueue.h"
 #include "platform/Log.h"
@@ -21,12 +20,11 @@ TrashFoldersWatcher::TrashFoldersWatcher(Private, PathsGenerator paths, uid_t ui
     : m_paths(std::move(paths)),
       m_nUid(uid),
       m_fnMounts(std::move(mounts)),
-      m_pKeepFollowing(std::make_shared<std::atomic<bool>>(true)) {}
+      m_topWatches([this](const std::string& path, std::uint32_t) { topFolderChanged(path); }) {}
 
 TrashFoldersWatcher::~TrashFoldersWatcher() {
     m_rereadRequest.cancel();
-    m_pKeepFollowing->store(false);
-    if (m_pMountChanges) m_pMountChanges->interrupt();
+    platform::FileWatcher::shared().unwatch(m_nMountTableWatch);
 }
 
 void TrashFoldersWatcher::reread() {
@@ -56,13 +54,12 @@ void TrashFoldersWatcher::reread() {
     if (auto delegate = m_pDelegate.lock()) delegate->trashFoldersChanged(m_arrFolders, made);
 }
 
-void TrashFoldersWatcher::receivedNotification(FileEventQueue&, const std::string&,
-                                               const std::string& path) {
+void TrashFoldersWatcher::topFolderChanged(const std::string& path) {
     const auto watch = m_arrTopWatches.find(path);
     if (watch == m_arrTopWatches.end() || m_arrResting.count(path) != 0) return;
     // One look soon; then no event of this folder reaches the agent until
     // its rest ends, however busy anyone keeps it.
-    m_pTopsQueue->removePath(path);
+    m_topWatches.remove(path);
     m_arrResting.insert(path);
     auto& main = dispatch::MainQueue::main();
     main.after(kRereadDelay, [weak = weak_from_this(), top = watch->second] {
@@ -81,8 +78,8 @@ void TrashFoldersWatcher::lookForTrashOf(const std::string& top) {
 void TrashFoldersWatcher::endRest(const std::string& path) {
     m_arrResting.erase(path);
     const auto watch = m_arrTopWatches.find(path);
-    if (watch == m_arrTopWatches.end() || !m_pTopsQueue) return;
-    m_pTopsQueue->addPath(path, platform::kNoteWrite);
+    if (watch == m_arrTopWatches.end()) return;
+    m_topWatches.add(path, platform::kNoteWrite);
     lookForTrashOf(watch->second);
 }
 
@@ -99,11 +96,6 @@ void TrashFoldersWatcher::scheduleReread() {
 // The first item trashed on a disk makes its Trash: the top folder of every
 // disk without one is watched for that.
 void TrashFoldersWatcher::watchTopsWithoutTrash(const std::vector<platform::MountPoint>& mounts) {
-    if (!m_pTopsQueue) {
-        m_pTopsQueue = FileEventQueue::create();
-        if (!m_pTopsQueue) return;
-        m_pTopsQueue->setDelegate(weak_from_this());
-    }
     std::map<std::string, std::string> wanted;
     for (const auto& mount : mounts) {
         const bool watched = std::any_of(m_arrFolders.begin(), m_arrFolders.end(), [&](auto& f) {
@@ -117,27 +109,20 @@ void TrashFoldersWatcher::watchTopsWithoutTrash(const std::vector<platform::Moun
         }
     }
     for (const auto& [path, top] : m_arrTopWatches) {
-        if (!wanted.count(path)) m_pTopsQueue->removePath(path);
+        if (!wanted.count(path)) m_topWatches.remove(path);
     }
     for (const auto& [path, top] : wanted) {
         if (!m_arrTopWatches.count(path)) {
             platform::Log::debug("watching", "watching the top folder " + path +
                                                  " for a Trash of the user to be made");
         }
-        if (!m_arrResting.count(path)) m_pTopsQueue->addPath(path, platform::kNoteWrite);
+        if (!m_arrResting.count(path)) m_topWatches.add(path, platform::kNoteWrite);
     }
     m_arrTopWatches = std::move(wanted);
 }
 
 void TrashFoldersWatcher::startFollowingMounts() {
-    m_pMountChanges = platform::MountTableChanges::create();
-    if (!m_pMountChanges) return;
-    std::thread([changes = m_pMountChanges, keep = m_pKeepFollowing, weak = weak_from_this()] {
-        while (keep->load()) {
-            if (!changes->wait(std::chrono::seconds(1))) continue;
-            dispatch::MainQueue::main().async([weak] {
-                if (auto self = weak.lock()) self->scheduleReread();
-            });
-        }
-    }).detach();
+    m_nMountTableWatch = platform::FileWatcher::shared().watchMountTable([weak = weak_from_this()] {
+        if (auto self = weak.lock()) self->scheduleReread();
+    });
 }

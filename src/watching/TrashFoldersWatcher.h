@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -12,8 +11,8 @@
 #include "dispatch/TimerHandle.h"
 #include "environment/PathsGenerator.h"
 #include "environment/TrashFolders.h"
+#include "platform/FileWatcher.h"
 #include "platform/MountTable.h"
-#include "watching/FileEventQueue.h"
 
 class TrashFoldersWatcherDelegate {
 public:
@@ -31,10 +30,9 @@ public:
 // that has no Trash of the user yet gains one (the first item trashed there
 // makes it). Such a top folder may be anyone's busy folder (/tmp): a change
 // there costs one look for the user's Trash, and the folder then rests
-// unwatched for kTopRest before it is watched and looked at again. Main-thread
-// only, but for its own mount-table thread.
-class TrashFoldersWatcher final : public FileEventQueueDelegate,
-                                  public std::enable_shared_from_this<TrashFoldersWatcher> {
+// unwatched for kTopRest before it is watched and looked at again. Everything
+// is heard of through the process's one watcher. Main-thread only.
+class TrashFoldersWatcher final : public std::enable_shared_from_this<TrashFoldersWatcher> {
     struct Private {};
 
 public:
@@ -51,7 +49,7 @@ public:
         PathsGenerator paths, uid_t uid, bool watchMounts = true,
         MountsSource mounts = platform::MountTable::current);
     TrashFoldersWatcher(Private, PathsGenerator paths, uid_t uid, MountsSource mounts);
-    ~TrashFoldersWatcher() override;
+    ~TrashFoldersWatcher();
 
     void setDelegate(std::weak_ptr<TrashFoldersWatcherDelegate> delegate) {
         m_pDelegate = std::move(delegate);
@@ -61,8 +59,7 @@ public:
     // Reads the set again now and tells the delegate when it changed.
     void reread();
     // A change of a watched top folder (or of a Trash that has no "files" yet).
-    void receivedNotification(FileEventQueue& queue, const std::string& name,
-                              const std::string& path) override;
+    void topFolderChanged(const std::string& path);
 
 private:
     void scheduleReread();
@@ -78,12 +75,10 @@ private:
     std::vector<TrashFolder> m_arrFolders;
     std::vector<std::string> m_arrMountPaths;  // the disks of the last read
     std::weak_ptr<TrashFoldersWatcherDelegate> m_pDelegate;
-    std::shared_ptr<FileEventQueue> m_pTopsQueue;
-    // What the tops queue should watch: a path and the top folder of its disk.
+    // What should be watched: a path and the top folder of its disk.
     std::map<std::string, std::string> m_arrTopWatches;
     std::set<std::string> m_arrResting;  // watches dropped until their rest ends
     dispatch::TimerHandle m_rereadRequest;
-    // Shared with the mount-table thread, which may outlive this object by one wait.
-    std::shared_ptr<std::atomic<bool>> m_pKeepFollowing;
-    std::shared_ptr<platform::MountTableChanges> m_pMountChanges;
+    platform::FileWatcher::WatchId m_nMountTableWatch = 0;
+    platform::FileWatches m_topWatches;  // what is watched now
 };

@@ -89,7 +89,7 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
         GatedMainQueue& gate;
         ~Reopen() {
             gate.open();
-            EXPECT_TRUE(watchingtest::watcherThreadsEnded());
+            EXPECT_TRUE(watchingtest::noWatchLeft());
         }
     } reopen{*gated};
 

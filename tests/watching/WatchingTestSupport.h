@@ -10,27 +10,24 @@
 
 #include "dispatch/RunLoopMainQueue.h"
 #include "support/TempDir.h"
+#include "platform/FileWatcher.h"
 #include "watching/FileEventQueue.h"
 
 namespace watchingtest {
 
-// Whether every watcher thread has closed its queue and ended within the time.
-inline bool watcherThreadsEnded(std::chrono::milliseconds timeout = testsupport::kPatience) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (FileEventQueue::numberOfRunningWatcherThreads() != 0) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+// Whether every watch has been ended: the one watcher then hands no block to
+// a main queue any more.
+inline bool noWatchLeft() {
+    return platform::FileWatcher::shared().numberOfWatches() == 0;
 }
 
 // The real-time main queue of a test that uses the kernel. Declared before
-// the watchers, it outlives them, and at its end waits for their threads to
-// finish so that none is still handing it a block.
+// the watchers, it outlives them, and at its end no watch may be left that
+// could still hand it a block.
 class RealMainLoop {
 public:
     RealMainLoop() : scoped(loop) {}
-    ~RealMainLoop() { EXPECT_TRUE(watcherThreadsEnded()); }
+    ~RealMainLoop() { EXPECT_TRUE(noWatchLeft()); }
     dispatch::RunLoopMainQueue* operator->() const { return loop.get(); }
 
 private:
