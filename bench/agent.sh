@@ -4,7 +4,10 @@
 # X server in a sandboxed home (scripts/lib/sandbox.sh).
 #
 #   - idle: after start-up has settled, the CPU time the agent takes over
-#     AGENT_IDLE_SECONDS (default 60), read from /proc, and its resident memory
+#     AGENT_IDLE_SECONDS (default 60), read from /proc, its resident memory,
+#     and how often its threads wake up: all threads' voluntary and
+#     involuntary context switches over that time, per second, with the
+#     number of threads
 #   - move to window: for each of AGENT_ROUNDS (default 7) new applications,
 #     the time from the rename into ~/.Trash to the agent's window being on
 #     screen, less the 2 s quiet period the Trash watcher waits by design
@@ -45,13 +48,29 @@ ticks_per_second=$(getconf CLK_TCK)
 # User plus system CPU time of the agent, in clock ticks.
 cpu_ticks() { awk '{ print $14 + $15 }' "/proc/$agent_pid/stat"; }
 resident_kib() { awk '/^VmRSS:/ { print $2 }' "/proc/$agent_pid/status"; }
+# Context switches of each of the agent's threads, voluntary and involuntary:
+# "<thread id> <count>" lines.
+switches() {
+  local task
+  for task in "/proc/$agent_pid"/task/*; do
+    awk -v t="${task##*/}" '/ctxt_switches:/ { n += $2 } END { print t, n }' "$task/status" 2>/dev/null
+  done
+}
+# How many times the threads woke between two such readings ($1, $2): a
+# thread that started meanwhile counts from zero, one that ended is left out.
+woken() { awk 'NR == FNR { before[$1] = $2; next } { n += $2 - before[$1] } END { print n + 0 }' "$1" "$2"; }
+threads() { ls "/proc/$agent_pid/task" | wc -l; }
 now_ns() { date +%s%N; }
 
 sleep 5  # start-up settles: fonts, the first Trash scan, the locale tables
 idle_seconds=${AGENT_IDLE_SECONDS:-60}
 before=$(cpu_ticks)
+switches >"$AGENT_LOG/switches-0"
 sleep "$idle_seconds"
 after=$(cpu_ticks)
+switches >"$AGENT_LOG/switches-1"
+idle_woken=$(woken "$AGENT_LOG/switches-0" "$AGENT_LOG/switches-1")
+idle_threads=$(threads)
 idle_rss=$(resident_kib)
 
 # Another user's busy files on a shared disk (a tmpfs open to all, like /tmp).
@@ -118,12 +137,23 @@ for ((round = 1; round <= rounds; round++)); do
   measure_round into_desktop_trash "$round" "$AGENT_LOG/desktop-latencies"
 done
 busy_rss=$(resident_kib)
+# Idle again, now with the worker pool and the window made.
+sleep 3
+switches >"$AGENT_LOG/switches-2"
+sleep "$idle_seconds"
+switches >"$AGENT_LOG/switches-3"
+switches_after_use=$(woken "$AGENT_LOG/switches-2" "$AGENT_LOG/switches-3")
+used_threads=$(threads)
 
 median() { sort -n | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
 awk -v t=$((after - before)) -v hz="$ticks_per_second" -v s="$idle_seconds" \
   'BEGIN { printf "agent idle CPU over %d s: %.3f %% (%.2f s of CPU)\n", s, 100 * t / hz / s, t / hz }'
 awk -v t=$((churn_after - churn_before)) -v hz="$ticks_per_second" -v s="$churn_seconds" \
   'BEGIN { printf "agent CPU while another process churns 1000 files/s in a watched top folder over %d s: %.3f %% (%.2f s of CPU)\n", s, 100 * t / hz / s, t / hz }'
+awk -v n="$idle_woken" -v s="$idle_seconds" -v t="$idle_threads" \
+  'BEGIN { printf "agent idle wake-ups per second over %d s: %.2f (%d threads)\n", s, n / s, t }'
+awk -v n="$switches_after_use" -v s="$idle_seconds" -v t="$used_threads" -v r="$rounds" \
+  'BEGIN { printf "agent idle wake-ups per second after %d notifications over %d s: %.2f (%d threads)\n", r, s, n / s, t }'
 awk -v k="$idle_rss" 'BEGIN { printf "agent idle resident memory: %.1f MiB\n", k / 1024 }'
 awk -v k="$busy_rss" -v n="$rounds" 'BEGIN { printf "agent resident memory after %d notifications: %.1f MiB\n", n, k / 1024 }'
 echo "agent move to window beyond the quiet period median: $(median <"$AGENT_LOG/latencies") ms"
