@@ -8,6 +8,7 @@ cases=(
   app_inside_a_trashed_folder
   copy_still_installed_stays_silent
   exclude_then_clear
+  exclude_and_clear_arrive_in_order
   focus_rules
   deleting_the_bundle_ends_the_agent
   second_start_forwards_to_the_agent
@@ -190,6 +191,23 @@ case_exclude_then_clear() {
   expect_window "after the clear took effect"
   accept
   expect_listed "$HOME/.Trash/Quiet App.app"
+}
+
+# The Main application excludes, moves and clears in quick succession; a
+# clear that overtook its exclude would silence the name for good.
+case_exclude_and_clear_arrive_in_order() {
+  start_session
+  app "Busy App" com.example.BusyApp
+  local i commands=()
+  for i in $(seq 50); do commands+=(--exclude "/Applications/Busy App.app" --clear); done
+  main_app "${commands[@]}"
+  wait_for 60 no_pending_messages || fail "the agent left a command file unread"
+  step "50 exclude/clear pairs taken"
+  sleep 5.6  # the last clear's delay
+  trash "Busy App"
+  expect_window "once the last clear took effect"
+  accept
+  expect_listed "$HOME/.Trash/Busy App.app"
 }
 
 case_focus_rules() {
