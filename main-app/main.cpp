@@ -72,11 +72,17 @@ bool isCommand(const std::string& argument) {
 }
 
 // "--exclude PATH..." and "--clear", as many as given, each sent once the one
-// before it has been.
+// before it has been taken. 1 when the Helper did not take one (or none runs).
 int sendCommands(const std::vector<std::string>& arguments) {
+    int status = 0;
+    const auto send = [&status](const std::shared_ptr<FileMessage>& message) {
+        if (message->transmit()) return;
+        std::fprintf(stderr, "Sweepwell: the Helper did not take the command\n");
+        status = 1;
+    };
     for (auto next = arguments.begin(); next != arguments.end();) {
         if (*next == "--clear") {
-            FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths()->transmit();
+            send(FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths());
             ++next;
             continue;
         }
@@ -85,12 +91,11 @@ int sendCommands(const std::vector<std::string>& arguments) {
             return 1;
         }
         const auto end = std::find_if(next + 1, arguments.end(), isCommand);
-        FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
-            std::vector<std::string>(next + 1, end))
-            ->transmit();
+        send(FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+            std::vector<std::string>(next + 1, end)));
         next = end;
     }
-    return 0;
+    return status;
 }
 
 }  // namespace

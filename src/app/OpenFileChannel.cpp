@@ -109,6 +109,12 @@ bool OpenFileChannel::listen(Receiver receiver) {
     return true;
 }
 
+void OpenFileChannel::stopListening() {
+    if (!m_pServer) return;
+    m_pServer->close();  // also removes the socket file
+    m_pServer.reset();
+}
+
 bool OpenFileChannel::forwardOrListen(const std::vector<std::string>& paths, Receiver receiver,
                                       const std::function<void()>& launch) {
     const auto becomeAgent = [&] {

@@ -41,6 +41,12 @@ public:
     // False when the socket cannot be made (the agent then runs without it).
     bool listen(Receiver receiver);
 
+    // Stops listening and removes the socket, so that the next agent can take
+    // it; listen() again resumes with the same receiver.
+    void stopListening();
+    bool isListening() const { return m_pServer != nullptr; }
+    const Receiver& receiver() const { return m_fnReceiver; }
+
     // Both steps under one lock, so that two simultaneous starts cannot both
     // become the agent: answers true when an agent listens (the caller should
     // exit; the paths reached it unless it failed to answer in time). Answers
