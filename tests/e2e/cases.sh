@@ -681,3 +681,30 @@ case_package_runs_unpacked() {
   sleep 1
   import -window root "$out/main-window.png"
 }
+
+# Run by tests/package/check: the agent of the package dpkg installed under
+# $SWEEPWELL_INSTALLED runs while dpkg installs $SWEEPWELL_UPGRADE over it.
+case_package_upgrade_hands_over() {
+  local installed=${SWEEPWELL_INSTALLED:?the folder the package was installed into}
+  local upgrade=${SWEEPWELL_UPGRADE:?the upgrade package}
+  local bundle="$installed/usr/lib/sweepwell/Sweepwell Helper.app"
+  local exe="$bundle/Contents/MacOS/SweepwellHelper"
+  start_agent "$bundle" "$out/agent.log" || fail "the installed agent did not start"
+  local old=$agent_pid
+  dpkg --root="$installed" --force-depends -i "$upgrade" >"$out/dpkg.log" 2>&1 || fail "dpkg could not upgrade"
+  step "upgraded to $(dpkg-query --admindir="$installed/var/lib/dpkg" -W -f '${Version}' sweepwell-helper)"
+  wait_for 15 gone "$old" || fail "the old agent runs on after the upgrade"
+  local status=0
+  wait "$old" || status=$?
+  [ $status -eq 0 ] || fail "the old agent ended with status $status"
+  wait_for 15 new_agent_listens "$exe" || fail "no agent listens on the upgraded file"
+  local running
+  running=$(agents_running "$exe")
+  [ "$(printf '%s\n' $running | grep -c .)" -eq 1 ] || fail "not one agent on the upgraded file: $running"
+  [ "$(stat -L -c %d:%i "/proc/$running/exe")" = "$(stat -c %d:%i "$exe")" ] ||
+    fail "the agent does not run the file the upgrade installed"
+  agent_pid=$running
+  "$installed/usr/lib/sweepwell/Sweepwell.app/Contents/MacOS/Sweepwell" --clear ||
+    fail "the upgraded agent did not take a command"
+  step "one agent, on the upgraded file, takes commands"
+}
