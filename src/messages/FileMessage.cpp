@@ -125,6 +125,8 @@ std::optional<std::string> FileMessage::messageExtension() const {
 
 bool FileMessage::transmit() const {
     if (!data() || m_nType != kTypeForHelper) return false;
+    // A command is only ever written for a Helper that runs.
+    if (!getAppPathForMessage()) return false;
     const auto file = saveToFile();
     if (!file) return false;
     // Straight to the running agent's socket, one command at a time: the

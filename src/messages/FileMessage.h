@@ -70,12 +70,13 @@ public:
     std::optional<std::string> receiverAppBundleId() const;
     std::optional<std::string> messageExtension() const;
 
-    // Writes the message and hands it to the running Helper over its socket
-    // (only one of this user), returning once the Helper has taken it, so
-    // that messages sent one after another arrive in that order. Blocks for
-    // up to the environment's commandTimeout: keep it off a window's thread.
-    // False for a message without a body, one not addressed to anyone, when
-    // no Helper runs (nothing is left behind) or it did not answer in time.
+    // When the receiver runs (getAppPathForMessage), writes the message and
+    // hands it to the running Helper over its socket (only one of this
+    // user), returning once the Helper has taken it, so that messages sent
+    // one after another arrive in that order. Blocks for up to the
+    // environment's commandTimeout: keep it off a window's thread. False for
+    // a message without a body, one not addressed to anyone, when no Helper
+    // runs or listens (nothing is left behind) or it did not answer in time.
     bool transmit() const;
 
     // The receiver's executable when it is running. For the Main application

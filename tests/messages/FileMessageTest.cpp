@@ -20,6 +20,7 @@
 
 namespace {
 
+using testsupport::SampleApplication;
 using Array = ArchivedObject::Array;
 using Dictionary = ArchivedObject::Dictionary;
 
@@ -139,14 +140,26 @@ bool holdsCommandFiles(const std::string& folder) {
     return false;
 }
 
-// A command goes to the Helper's socket and returns once the Helper has read
-// it, so commands sent one after another are read in that order; without a
-// Helper, or when it takes nothing, the sender hears so and nothing is left.
-TEST(FileMessage, TransmitReturnsOnceTheHelperHasTheCommand) {
+// A command goes only to a running Helper that no other user could have
+// planted (one in a folder anyone may write, its script shown by "tail -f"
+// and run, is passed over), over the Helper's socket; it returns once the
+// Helper has read it, so commands sent one after another are read in that
+// order. Without a Helper, or when it takes nothing, the sender hears so and
+// nothing is left.
+TEST(FileMessage, TransmitReturnsOnceTheRunningHelperHasTheCommand) {
     testsupport::TempDir dir;
     auto environment = testsupport::sampleEnvironment(dir, "Test");
     environment.helperSocket = dir / "helper.sock";
     environment.commandTimeout = std::chrono::milliseconds(500);
+    SampleApplication::make(dir, "Applications/Helper.app", environment.helperAppBundleId);
+    const auto helper =
+        SampleApplication::make(dir, "Running/Helper.app", environment.helperAppBundleId);
+    const auto planted =
+        SampleApplication::make(dir, "Shared/Helper.app", environment.helperAppBundleId);
+    ASSERT_EQ(::chmod((dir / "Shared").c_str(), 0777), 0);
+    testsupport::RunningSample reader("/usr/bin/tail", {"-f", planted.executablePath});
+    testsupport::RunningSample plantedCopy(planted.executablePath);
+    ASSERT_GT(plantedCopy.pid(), 0);
     const auto exclude = [&](const std::string& path) {
         return FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
             std::vector<std::string>{path}, environment);
@@ -155,10 +168,15 @@ TEST(FileMessage, TransmitReturnsOnceTheHelperHasTheCommand) {
         return FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths(environment);
     };
 
+    // Something listens, but no Helper runs: an installed one does not count.
+    FakeHelper listener(environment.helperSocket);
+    EXPECT_EQ(exclude("/Applications/Gone.app")->getAppPathForMessage(), std::nullopt);
     EXPECT_FALSE(exclude("/Applications/Gone.app")->transmit());
-    EXPECT_FALSE(holdsCommandFiles(environment.messageFolder));
+    EXPECT_TRUE(listener.commands().empty());
+    EXPECT_NE(::access(environment.messageFolder.c_str(), F_OK), 0);
 
-    FakeHelper helper(environment.helperSocket);
+    testsupport::RunningSample running(helper.executablePath);
+    EXPECT_EQ(clear()->getAppPathForMessage(), helper.executablePath);
     EXPECT_FALSE(received(ArchivedObject(Dictionary{}))->transmit());
     std::vector<std::string> sent;
     for (int i = 0; i < 50; ++i) {
@@ -167,12 +185,19 @@ TEST(FileMessage, TransmitReturnsOnceTheHelperHasTheCommand) {
         ASSERT_TRUE(clear()->transmit());
         sent.insert(sent.end(), {"exclude " + path, "clear"});
     }
-    EXPECT_EQ(helper.commands(), sent);
+    EXPECT_EQ(listener.commands(), sent);
     EXPECT_FALSE(holdsCommandFiles(environment.messageFolder));
 
-    helper.answers = false;
+    listener.answers = false;
     EXPECT_FALSE(clear()->transmit());
-    EXPECT_EQ(helper.commands().size(), sent.size() + 1);
+    EXPECT_EQ(listener.commands().size(), sent.size() + 1);
+
+    // A running Helper that does not listen (yet): nothing is left for it.
+    environment.helperSocket = dir / "nobody.sock";
+    EXPECT_FALSE(exclude("/Applications/Gone.app")->transmit());
+    EXPECT_FALSE(holdsCommandFiles(environment.messageFolder));
+    EXPECT_FALSE(planted.wasStarted());
+    EXPECT_FALSE(helper.wasStarted());
 }
 
 // The warnings logged while it lives.
