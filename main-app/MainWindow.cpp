@@ -8,6 +8,7 @@
 #include <QVBoxLayout>
 
 #include "core/Texts.h"
+#include "dispatch/SerialQueue.h"
 #include "environment/PathsGenerator.h"
 #include "environment/TrashFolders.h"
 #include "messages/FileMessage.h"
@@ -113,6 +114,9 @@ MainWindow::MainWindow(std::string home)
 MainWindow::~MainWindow() {
     m_pAbandoned->store(true);
     for (auto& worker : m_arrWorkers) worker.join();
+    // Closed while the exclusion was on its way: the Helper must not keep it.
+    sendClear();
+    m_pCommands.reset();  // sends what is queued, before the window is gone
 }
 
 void MainWindow::openList(const std::string& path) {
@@ -257,7 +261,7 @@ void MainWindow::updateTotal() {
         m_pTotal->setText(text("Selected: %1").arg(bytes(m_plan.checkedBytes())));
     }
     m_pTotal->setVisible(!m_plan.applications().empty());
-    m_pMove->setEnabled(!m_bMoved && !m_plan.pathsToMove().empty());
+    m_pMove->setEnabled(!m_bMoved && !m_bExcluding && !m_plan.pathsToMove().empty());
 }
 
 void MainWindow::showOutcome(QTreeWidgetItem* item, const mainapp::Leftover& leftover) {
@@ -289,10 +293,25 @@ void MainWindow::showOutcome(QTreeWidgetItem* item, const mainapp::Leftover& lef
 
 void MainWindow::moveToTrash() {
     const std::vector<std::string> paths = m_plan.pathsToMove();
-    if (paths.empty()) return;
+    if (paths.empty() || m_bExcluding) return;
     // The Helper must not take an application inside a moved folder (a helper
-    // tool in Application Support, say) for one the user just trashed.
-    FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths)->transmit();
+    // tool in Application Support, say) for one the user just trashed, so the
+    // moves wait until it has the exclusion. Sending waits for the Helper,
+    // which must not freeze the window: it happens on the commands' queue,
+    // which also keeps the exclude before the clear.
+    m_bExcluding = true;
+    m_pMove->setEnabled(false);
+    setCursor(Qt::BusyCursor);
+    m_pCommands->async(
+        [this, message = FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths)] {
+            message->transmit();
+            QMetaObject::invokeMethod(
+                this, [this] { moveCheckedLeftovers(); }, Qt::QueuedConnection);
+        });
+}
+
+void MainWindow::moveCheckedLeftovers() {
+    unsetCursor();
     const platform::TrashWriter writer = trashWriter();
     for (auto& app : m_plan.applications()) {
         for (auto& leftover : app.leftovers) {
@@ -322,9 +341,18 @@ void MainWindow::moveToTrash() {
             }
         }
     }
-    FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths()->transmit();
+    sendClear();
     m_bMoved = true;
     rebuild();
     m_pCancel->setText(text("Close"));
     m_pCancel->setDefault(true);
+}
+
+void MainWindow::sendClear() {
+    if (!m_bExcluding) return;
+    m_bExcluding = false;
+    m_pCommands->async(
+        [message = FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths()] {
+            message->transmit();
+        });
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/RemovalPlan.h"
+#include "dispatch/SerialQueue.h"
 
 // The Main application's one window: the leftovers of the applications the
 // Helper handed over, grouped by application and kind, each with its size
@@ -35,6 +36,9 @@ private:
     void itemChanged(QTreeWidgetItem* item);
     void updateTotal();
     void moveToTrash();
+    void moveCheckedLeftovers();
+    // Has the Helper forget the exclusion sent for the move, after it.
+    void sendClear();
     void showOutcome(QTreeWidgetItem* item, const mainapp::Leftover& leftover);
     mainapp::Leftover* leftoverAt(const Row& row);
 
@@ -43,6 +47,8 @@ private:
     std::vector<std::pair<QTreeWidgetItem*, Row>> m_arrRows;
     bool m_bRebuilding = false;
     bool m_bMoved = false;
+    // The exclusion for a move is sent and its clear is not yet.
+    bool m_bExcluding = false;
 
     QTreeWidget* m_pTree;
     QLabel* m_pTotal;
@@ -51,4 +57,7 @@ private:
 
     std::shared_ptr<std::atomic<bool>> m_pAbandoned = std::make_shared<std::atomic<bool>>(false);
     std::vector<std::thread> m_arrWorkers;
+    // Commands to the Helper, one at a time in the order given.
+    std::unique_ptr<dispatch::SerialQueue> m_pCommands =
+        std::make_unique<dispatch::SerialQueue>("helper-commands");
 };

@@ -6,6 +6,8 @@
 //                                  only print each list's entries to FILE
 //   Sweepwell --exclude PATH...    tell the Helper to keep quiet about these
 //   Sweepwell --clear              tell the Helper to forget those exclusions
+//                                  (both may repeat, as in "--exclude A --clear
+//                                  --exclude B": sent one by one, in order)
 //
 // When SWEEPWELL_PRINT_TO names a file (as the tests start it through the
 // Helper), lists are printed there as with --print-to. Each entry is printed
@@ -14,6 +16,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -66,6 +69,37 @@ std::vector<std::string> absolute(const std::vector<std::string>& paths) {
     return result;
 }
 
+bool isCommand(const std::string& argument) {
+    return argument == "--exclude" || argument == "--clear";
+}
+
+// "--exclude PATH..." and "--clear", as many as given, each sent once the one
+// before it has been taken. 1 when the Helper did not take one (or none runs).
+int sendCommands(const std::vector<std::string>& arguments) {
+    int status = 0;
+    const auto send = [&status](const std::shared_ptr<FileMessage>& message) {
+        if (message->transmit()) return;
+        std::fprintf(stderr, "Sweepwell: the Helper did not take the command\n");
+        status = 1;
+    };
+    for (auto next = arguments.begin(); next != arguments.end();) {
+        if (*next == "--clear") {
+            send(FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths());
+            ++next;
+            continue;
+        }
+        if (*next != "--exclude") {
+            std::fprintf(stderr, "Sweepwell: %s is not a command\n", next->c_str());
+            return 1;
+        }
+        const auto end = std::find_if(next + 1, arguments.end(), isCommand);
+        send(FileMessage::CreateMessageForHelperToExcludeRemovedPaths(
+            std::vector<std::string>(next + 1, end)));
+        next = end;
+    }
+    return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -73,15 +107,7 @@ int main(int argc, char** argv) {
     // SWEEPWELL_LOG tunes both.
     composition::installLogging();
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (!arguments.empty() && arguments.front() == "--exclude") {
-        const std::vector<std::string> paths(arguments.begin() + 1, arguments.end());
-        FileMessage::CreateMessageForHelperToExcludeRemovedPaths(paths)->transmit();
-        return 0;
-    }
-    if (!arguments.empty() && arguments.front() == "--clear") {
-        FileMessage::CreateMessageForHelperToCancelExcludeRemovedPaths()->transmit();
-        return 0;
-    }
+    if (!arguments.empty() && isCommand(arguments.front())) return sendCommands(arguments);
     if (arguments.size() >= 2 && arguments.front() == "--print-to") {
         return printRemovalLists({arguments.begin() + 2, arguments.end()}, arguments[1]);
     }

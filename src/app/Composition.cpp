@@ -12,7 +12,10 @@
 #include "environment/Consts.h"
 #include "messages/NotificationsManager.h"
 #include "platform/Bundle.h"
+#include "platform/BundleTrust.h"
+#include "platform/Log.h"
 #include "platform/OpenURL.h"
+#include "platform/Workspace.h"
 #include "remains/SimpleRemainsInfo.h"
 #include "ui/RichNotificationWCLocalizable.h"
 #include "watching/UpdateRestarter.h"
@@ -107,6 +110,30 @@ std::shared_ptr<DesktopNotification> createDesktopNotification() {
     return notification;
 }
 
+// An upgrade put a new executable in this bundle: this agent makes way for
+// it. The socket goes first, so that the new one finds no agent and becomes
+// the agent, and two never answer at once; when the new one may not be
+// started this one runs on.
+void handOverToNewExecutable(OpenFileChannel& channel, const std::string& bundlePath) {
+    const platform::BundleTrust trust;
+    if (bundlePath.empty() ||
+        platform::Workspace::executableForApplication(bundlePath, trust).empty()) {
+        platform::Log::warning("update", "the upgraded " + bundlePath +
+                                             " may not be started; the running agent stays");
+        return;
+    }
+    const bool wasListening = channel.isListening();
+    channel.stopListening();
+    if (!platform::Workspace::openFile("", bundlePath, trust)) {
+        platform::Log::warning("update", "the upgraded " + bundlePath +
+                                             " could not be started; the running agent stays");
+        if (wasListening) channel.listen(channel.receiver());
+        return;
+    }
+    platform::Log::debug("update", "handed over to the upgraded " + bundlePath);
+    QCoreApplication::quit();
+}
+
 }  // namespace
 
 namespace composition {
@@ -186,6 +213,10 @@ int runAgent(QApplication& application) {
     auto delegate = std::make_shared<AppDelegate>(appDelegateEnvironment());
     const std::vector<std::string> files = filesToOpen();
     OpenFileChannel channel(OpenFileChannel::defaultSocketPath());
+    const auto bundle = platform::Bundle::mainBundle();
+    UpdateRestarter::setApplicationHandOver([&channel, bundlePath = bundle ? bundle->path() : ""] {
+        handOverToNewExecutable(channel, bundlePath);
+    });
     const bool forwarded = channel.forwardOrListen(
         files,
         [weak = std::weak_ptr<AppDelegate>(delegate)](std::vector<std::string> paths) {

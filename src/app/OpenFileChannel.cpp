@@ -5,38 +5,15 @@
 #include <cstring>
 
 #include "environment/WatcherSettings.h"
+#include "messages/OpenFilesRequest.h"
 #include "platform/FileLock.h"
 #include "platform/LocalSocketPeer.h"
 #include "platform/TemporaryDirectory.h"
 
 namespace {
 
-constexpr int kConnectMilliseconds = 1000;
 // How long the agent gives a peer to send its message.
 constexpr int kExchangeMilliseconds = 5000;
-constexpr char kAcknowledgement = 'k';
-
-QByteArray encode(const std::vector<std::string>& paths) {
-    QByteArray payload;
-    for (const std::string& path : paths) {
-        if (path.empty() || path.front() != '/' || path.find('\0') != std::string::npos) continue;
-        payload.append(path.data(), static_cast<qsizetype>(path.size()));
-        payload.append('\0');
-    }
-    QByteArray message(4, '\0');
-    const auto length = static_cast<std::uint32_t>(payload.size());
-    for (int i = 0; i < 4; ++i) message[i] = static_cast<char>((length >> (8 * i)) & 0xff);
-    return message + payload;
-}
-
-std::vector<std::string> decode(const QByteArray& payload) {
-    std::vector<std::string> paths;
-    for (const QByteArray& part : payload.split('\0')) {
-        if (!part.isEmpty() && part.front() == '/')
-            paths.emplace_back(part.constData(), part.size());
-    }
-    return paths;
-}
 
 bool isSameUser(const QLocalSocket& socket) {
     const auto peer = platform::peerUserIdOfSocket(static_cast<int>(socket.socketDescriptor()));
@@ -59,19 +36,20 @@ private:
     void read() {
         m_arrBuffer.append(m_pSocket->readAll());
         if (m_arrBuffer.size() < 4 || m_bDone) return;
-        std::uint32_t length = 0;
-        for (int i = 0; i < 4; ++i) {
-            length |= static_cast<std::uint32_t>(static_cast<unsigned char>(m_arrBuffer[i]))
-                      << (8 * i);
-        }
+        const std::uint32_t length =
+            OpenFilesRequest::lengthOf(std::string_view(m_arrBuffer.constData(), 4));
         if (length > OpenFileChannel::kMaxMessageBytes) {
             m_pSocket->abort();
             return;
         }
         if (static_cast<std::uint64_t>(m_arrBuffer.size()) < 4ull + length) return;
         m_bDone = true;
-        std::vector<std::string> paths = decode(m_arrBuffer.mid(4, length));
-        m_pSocket->write(&kAcknowledgement, 1);
+        std::vector<std::string> paths =
+            OpenFilesRequest::decode(std::string_view(m_arrBuffer.constData() + 4, length));
+        // The answer goes before the paths are handed on, but nothing else is
+        // read on this thread until they have been: requests are taken in
+        // the order they were answered.
+        m_pSocket->write(&OpenFilesRequest::kAcknowledgement, 1);
         m_pSocket->flush();
         m_pSocket->disconnectFromServer();
         // No paths: a start with nothing to open, which the receiver hears of too.
@@ -87,9 +65,8 @@ private:
 }  // namespace
 
 std::string OpenFileChannel::defaultSocketPath() {
-    const std::string folder = platform::temporaryDirectory();
-    if (folder.empty()) return {};
-    return folder + WatcherSettings::GetInstance().getHelperAppBundleID() + ".open-files";
+    return OpenFilesRequest::socketPath(platform::temporaryDirectory(),
+                                        WatcherSettings::GetInstance().getHelperAppBundleID());
 }
 
 OpenFileChannel::OpenFileChannel(std::string socketPath, std::chrono::milliseconds answerTimeout)
@@ -104,22 +81,17 @@ bool OpenFileChannel::forwardToRunningInstance(const std::vector<std::string>& p
 }
 
 OpenFileChannel::Forwarding OpenFileChannel::forward(const std::vector<std::string>& paths) const {
-    if (m_sSocketPath.empty()) return Forwarding::NoAgent;
-    QLocalSocket socket;
-    socket.connectToServer(QString::fromStdString(m_sSocketPath));
-    if (!socket.waitForConnected(kConnectMilliseconds)) return Forwarding::NoAgent;
-    // Someone listens from here on, so this process must not take the
-    // socket over even if the exchange fails.
-    if (!isSameUser(socket)) return Forwarding::Unanswered;
-    socket.write(encode(paths));
-    const int waitMilliseconds = static_cast<int>(m_nAnswerTimeout.count());
-    if (!socket.waitForBytesWritten(waitMilliseconds)) return Forwarding::Unanswered;
-    while (socket.bytesAvailable() < 1) {
-        if (!socket.waitForReadyRead(waitMilliseconds)) return Forwarding::Unanswered;
+    // A listener that does not answer is still there, so this process must
+    // not take the socket over.
+    switch (OpenFilesRequest::send(m_sSocketPath, paths, m_nAnswerTimeout)) {
+        case OpenFilesRequest::Delivery::Delivered:
+            return Forwarding::Delivered;
+        case OpenFilesRequest::Delivery::NoListener:
+            return Forwarding::NoAgent;
+        case OpenFilesRequest::Delivery::Unanswered:
+            break;
     }
-    char answer = 0;
-    const bool delivered = socket.read(&answer, 1) == 1 && answer == kAcknowledgement;
-    return delivered ? Forwarding::Delivered : Forwarding::Unanswered;
+    return Forwarding::Unanswered;
 }
 
 bool OpenFileChannel::listen(Receiver receiver) {
@@ -136,6 +108,12 @@ bool OpenFileChannel::listen(Receiver receiver) {
     }
     connect(m_pServer.get(), &QLocalServer::newConnection, this, [this] { accept(); });
     return true;
+}
+
+void OpenFileChannel::stopListening() {
+    if (!m_pServer) return;
+    m_pServer->close();  // also removes the socket file
+    m_pServer.reset();
 }
 
 bool OpenFileChannel::forwardOrListen(const std::vector<std::string>& paths, Receiver receiver,

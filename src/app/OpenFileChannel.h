@@ -14,15 +14,14 @@
 // arguments over that socket and exits, so that files opened "with the
 // Helper" always reach the running agent.
 //
-// Wire format: a 4-byte little-endian length, then that many bytes of
-// NUL-separated absolute paths; the agent answers one byte once it has taken
-// them. Peers of another user are refused, and so is anything larger than
-// kMaxMessageBytes or slower than a few seconds.
+// Wire format: see messages/OpenFilesRequest. Peers of another user are
+// refused, and so is anything larger than kMaxMessageBytes or slower than a
+// few seconds.
 class OpenFileChannel : public QObject {
 public:
     using Receiver = std::function<void(std::vector<std::string>)>;
 
-    static constexpr std::uint32_t kMaxMessageBytes = 1u << 20;
+    static constexpr std::uint32_t kMaxMessageBytes = 1u << 20;  // as OpenFilesRequest's
 
     // The socket of this user's agent: <private temp>/<Helper id>/open-files.
     // Empty when there is no private temporary folder.
@@ -42,6 +41,12 @@ public:
     // (none for a start with nothing to open).
     // False when the socket cannot be made (the agent then runs without it).
     bool listen(Receiver receiver);
+
+    // Stops listening and removes the socket, so that the next agent can take
+    // it; listen() again resumes with the same receiver.
+    void stopListening();
+    bool isListening() const { return m_pServer != nullptr; }
+    const Receiver& receiver() const { return m_fnReceiver; }
 
     // Both steps under one lock, so that two simultaneous starts cannot both
     // become the agent: answers true when an agent listens (the caller should

@@ -1,10 +1,13 @@
 #include "messages/FileMessage.h"
 
+#include <unistd.h>
+
 #include <atomic>
 
 #include "environment/ApplicationDirectoryUtils.h"
 #include "messages/KeyedArchive.h"
 #include "messages/MessageFileUtils.h"
+#include "messages/OpenFilesRequest.h"
 #include "platform/Bundle.h"
 #include "platform/ConsumeFile.h"
 #include "platform/LaunchServices.h"
@@ -120,13 +123,28 @@ std::optional<std::string> FileMessage::messageExtension() const {
     return std::string(kMessageExtension);
 }
 
-void FileMessage::transmit() const {
-    if (!data() || m_nType != kTypeForHelper) return;
-    const auto application = getAppPathForMessage();
-    if (!application) return;
+bool FileMessage::transmit() const {
+    if (!data() || m_nType != kTypeForHelper) return false;
+    // A command is only ever written for a Helper that runs.
+    if (!getAppPathForMessage()) return false;
     const auto file = saveToFile();
-    if (!file) return;
-    (void)platform::Workspace::openFile(*file, *application, m_environment.trust);
+    if (!file) return false;
+    // Straight to the running agent's socket, one command at a time: the
+    // agent answers once it has queued the file, so whatever is sent next
+    // comes after it.
+    switch (
+        OpenFilesRequest::send(m_environment.helperSocket, {*file}, m_environment.commandTimeout)) {
+        case OpenFilesRequest::Delivery::Delivered:
+            return true;
+        case OpenFilesRequest::Delivery::NoListener:
+            // No agent runs: nobody would ever read the file we just wrote.
+            ::unlink(file->c_str());
+            return false;
+        case OpenFilesRequest::Delivery::Unanswered:
+            break;
+    }
+    platform::Log::warning("commands", "the Helper did not take " + *file + " in time");
+    return false;
 }
 
 std::optional<std::string> FileMessage::getAppPathForMessage() const {

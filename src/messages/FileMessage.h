@@ -70,10 +70,14 @@ public:
     std::optional<std::string> receiverAppBundleId() const;
     std::optional<std::string> messageExtension() const;
 
-    // Writes the message and has the receiver open it; does nothing for a
-    // message without a body, one not addressed to anyone, or when the
-    // receiver is not found. Never tells whether it worked.
-    void transmit() const;
+    // When the receiver runs (getAppPathForMessage), writes the message and
+    // hands it to the running Helper over its socket (only one of this
+    // user), returning once the Helper has taken it, so that messages sent
+    // one after another arrive in that order. Blocks for up to the
+    // environment's commandTimeout: keep it off a window's thread. False for
+    // a message without a body, one not addressed to anyone, when no Helper
+    // runs or listens (nothing is left behind) or it did not answer in time.
+    bool transmit() const;
 
     // The receiver's executable when it is running. For the Main application
     // only, also the bundle that encloses the running Helper, or else an

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "environment/WatcherSettings.h"
+#include "messages/OpenFilesRequest.h"
 #include "platform/Bundle.h"
 #include "platform/LaunchServices.h"
 #include "platform/PathUtils.h"
@@ -20,6 +21,8 @@ MessageEnvironment MessageEnvironment::standard() {
     if (!temporary.empty()) {
         environment.messageFolder = platform::PathUtils::stringByAppendingPathComponent(
             temporary, environment.helperAppBundleId);
+        environment.helperSocket =
+            OpenFilesRequest::socketPath(temporary, environment.helperAppBundleId);
     }
     if (auto bundle = platform::Bundle::mainBundle()) {
         environment.ownBundlePath = bundle->path();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +14,11 @@ struct MessageEnvironment {
     // The folder both ends write into: the private temporary folder with the
     // Helper's bundle identifier appended.
     std::string messageFolder;
+    // The running Helper's single-instance socket, where commands go; empty
+    // when there is no private temporary folder.
+    std::string helperSocket;
+    // How long a command waits for the Helper to take it.
+    std::chrono::milliseconds commandTimeout{10000};
     std::string mainAppBundleId;
     std::string helperAppBundleId;
     // The running program's own bundle and its identifier; nullopt when the

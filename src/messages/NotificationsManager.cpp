@@ -42,12 +42,14 @@ void NotificationsManager::removeFilePaths(
     WatcherMessage message;
     message.setPathsForRemove(paths);
     const auto file = message.saveForTransmit(m_environment.messageFolder);
+    // The Main application treats each argument as a list to read: anything
+    // but the file just written would be read (and removed) as one.
     if (!file) {
         platform::Log::warning(
             "handover", "the removal list could not be written to " + m_environment.messageFolder);
+        return;
     }
-    if (!platform::Workspace::openFile(file.value_or(*application), *application,
-                                       m_environment.trust)) {
+    if (!platform::Workspace::openFile(*file, *application, m_environment.trust)) {
         platform::Log::warning("handover", *application + " could not be started");
     }
 }

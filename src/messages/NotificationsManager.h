@@ -16,9 +16,8 @@ public:
 
     explicit NotificationsManager(MessageEnvironment environment);
 
-    // Does nothing for an empty list or when no Main application is found.
-    // When the list cannot be written, the Main application is still started
-    // (opened with itself), so that the user at least sees it.
+    // Does nothing for an empty list, when no Main application is found, or
+    // when the list cannot be written (the log says which).
     void removeFilePaths(const std::vector<std::shared_ptr<PathForRemove>>& paths) const;
 
     // The Main application to hand the list to: the application bundle that

@@ -90,6 +90,27 @@ std::string interpreterOfScript(const std::string& path) {
     return head.substr(start, end - start);
 }
 
+// A process whose executable file was replaced under it (an upgrade renames
+// a new file over the old one) runs a file that no folder holds any more:
+// the kernel names it "<path> (deleted)". It still stands for the program at
+// that path, so the answer is that path and the file there now; nothing when
+// the process's file is still linked somewhere or nothing took its place.
+std::optional<std::pair<std::string, FileIdentity>> replacementOfDeletedProgram(
+    const std::string& processFolder, const std::string& executable) {
+    static constexpr std::string_view kDeleted = " (deleted)";
+    if (executable.size() <= kDeleted.size() || !executable.ends_with(kDeleted)) {
+        return std::nullopt;
+    }
+    struct stat running {};
+    if (::stat((processFolder + "/exe").c_str(), &running) != 0 || running.st_nlink != 0) {
+        return std::nullopt;
+    }
+    std::string path = executable.substr(0, executable.size() - kDeleted.size());
+    const auto now = identityOf(path);
+    if (!now) return std::nullopt;
+    return std::make_pair(std::move(path), *now);
+}
+
 // The program a process runs: its executable file or, when that is an
 // interpreter started for a script, the script. A script counts only when the
 // process's executable is the very interpreter the script's "#!" line names
@@ -102,6 +123,10 @@ std::vector<std::pair<std::string, FileIdentity>> programsOfProcess(
     auto executable = readLink(processFolder + "/exe");
     const auto executableIdentity = identityOf(processFolder + "/exe");
     if (!executable || !executableIdentity) return programs;
+    if (auto replacement = replacementOfDeletedProgram(processFolder, *executable)) {
+        programs.push_back(std::move(*replacement));
+        return programs;
+    }
     programs.emplace_back(*executable, *executableIdentity);
     const std::string commandLine = readSmallFile(processFolder + "/cmdline", 16384);
     std::vector<std::string> arguments;

@@ -24,7 +24,9 @@ struct RunningApplication {
 // folder) with exactly this identifier, by increasing process id. The program
 // is the process's executable file or, for a script, the script when the
 // process's executable is the interpreter its "#!" line names and the script
-// is the first argument after the interpreter's options. Whether a copy may
+// is the first argument after the interpreter's options. A process whose
+// executable was replaced by another file at the same path (an upgrade) runs
+// the program at that path. Whether a copy may
 // be started is not looked at here (see BundleTrust).
 std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
     const std::string& bundleId);

@@ -8,8 +8,10 @@ cases=(
   app_inside_a_trashed_folder
   copy_still_installed_stays_silent
   exclude_then_clear
+  exclude_and_clear_arrive_in_order
   focus_rules
   deleting_the_bundle_ends_the_agent
+  upgraded_executable_takes_over
   second_start_forwards_to_the_agent
   hostile_command_files
   hostile_names_list_only_their_own
@@ -199,6 +201,23 @@ case_exclude_then_clear() {
   expect_listed "$HOME/.Trash/Quiet App.app"
 }
 
+# The Main application excludes, moves and clears in quick succession; a
+# clear that overtook its exclude would silence the name for good.
+case_exclude_and_clear_arrive_in_order() {
+  start_session
+  app "Busy App" com.example.BusyApp
+  local i commands=()
+  for i in $(seq 50); do commands+=(--exclude "/Applications/Busy App.app" --clear); done
+  main_app "${commands[@]}"
+  wait_for 60 no_pending_messages || fail "the agent left a command file unread"
+  step "50 exclude/clear pairs taken"
+  sleep 5.6  # the last clear's delay
+  trash "Busy App"
+  expect_window "once the last clear took effect"
+  accept
+  expect_listed "$HOME/.Trash/Busy App.app"
+}
+
 case_focus_rules() {
   start_session
   app "First App" com.example.FirstApp
@@ -247,6 +266,48 @@ case_deleting_the_bundle_ends_the_agent() {
   wait "$agent_pid" || status=$?
   agent_pid=""
   [ $status -eq 0 ] || fail "the agent ended with status $status"
+}
+
+# The process ids of agents running the given executable (as the kernel names
+# it: " (deleted)" once it was replaced).
+agents_running() { local p; for p in /proc/[0-9]*; do [ "$(readlink "$p/exe" 2>/dev/null)" != "$1" ] || echo "${p#/proc/}"; done; }
+new_agent_listens() { [ -n "$(agents_running "$1")" ] && [ -S "$(agent_socket)" ]; }
+gone() { ! kill -0 "$1" 2>/dev/null || grep -q '^State:.*Z' "/proc/$1/status" 2>/dev/null; }
+
+# A package upgrade renames a new executable over the running one, inside the
+# bundle folder that stays: the old agent hands over to the new file, and one
+# agent, the new one, takes the next command and the next application.
+case_upgraded_executable_takes_over() {
+  cp -a "$helper_bundle" "$HOME/Applications/"
+  local bundle="$HOME/Applications/Sweepwell Helper.app"
+  local exe="$bundle/Contents/MacOS/SweepwellHelper"
+  start_session "$bundle"
+  app "Quiet App" com.example.QuietApp
+  app "Loud App" com.example.LoudApp
+  local old=$agent_pid
+  cp "$exe" "$exe.dpkg-new"
+  touch "$bundle/Contents/Info.plist"  # the rest of the package lands too
+  mv "$exe.dpkg-new" "$exe"
+  wait_for 15 gone "$old" || fail "the old agent runs on after the upgrade"
+  local status=0
+  wait "$old" || status=$?
+  [ $status -eq 0 ] || fail "the old agent ended with status $status"
+  wait_for 15 new_agent_listens "$exe" || fail "no agent listens on the new file after the upgrade"
+  local running
+  running=$(agents_running "$exe")
+  [ "$(printf '%s\n' $running | grep -c .)" -eq 1 ] || fail "not one agent on the new file: ${running:-none}"
+  [ -z "$(agents_running "$exe (deleted)")" ] || fail "an agent still runs the replaced file"
+  agent_pid=$running
+  step "the new executable took over"
+
+  main_app --exclude "/Applications/Quiet App.app" || fail "the new agent did not take the command"
+  trash "Quiet App"
+  expect_silence 6 "for the name excluded after the upgrade"
+  trash "Loud App"
+  expect_window "from the new agent"
+  accept
+  expect_listed "$HOME/.Trash/Loud App.app"
+  expect_unlisted "Quiet App"
 }
 
 case_second_start_forwards_to_the_agent() {
@@ -952,4 +1013,31 @@ case_package_runs_unpacked() {
     fail "another Main application was started"
   sleep 1
   import -window root "$out/main-window.png"
+}
+
+# Run by tests/package/check: the agent of the package dpkg installed under
+# $SWEEPWELL_INSTALLED runs while dpkg installs $SWEEPWELL_UPGRADE over it.
+case_package_upgrade_hands_over() {
+  local installed=${SWEEPWELL_INSTALLED:?the folder the package was installed into}
+  local upgrade=${SWEEPWELL_UPGRADE:?the upgrade package}
+  local bundle="$installed/usr/lib/sweepwell/Sweepwell Helper.app"
+  local exe="$bundle/Contents/MacOS/SweepwellHelper"
+  start_agent "$bundle" "$out/agent.log" || fail "the installed agent did not start"
+  local old=$agent_pid
+  dpkg --root="$installed" --force-depends -i "$upgrade" >"$out/dpkg.log" 2>&1 || fail "dpkg could not upgrade"
+  step "upgraded to $(dpkg-query --admindir="$installed/var/lib/dpkg" -W -f '${Version}' sweepwell-helper)"
+  wait_for 15 gone "$old" || fail "the old agent runs on after the upgrade"
+  local status=0
+  wait "$old" || status=$?
+  [ $status -eq 0 ] || fail "the old agent ended with status $status"
+  wait_for 15 new_agent_listens "$exe" || fail "no agent listens on the upgraded file"
+  local running
+  running=$(agents_running "$exe")
+  [ "$(printf '%s\n' $running | grep -c .)" -eq 1 ] || fail "not one agent on the upgraded file: $running"
+  [ "$(stat -L -c %d:%i "/proc/$running/exe")" = "$(stat -c %d:%i "$exe")" ] ||
+    fail "the agent does not run the file the upgrade installed"
+  agent_pid=$running
+  "$installed/usr/lib/sweepwell/Sweepwell.app/Contents/MacOS/Sweepwell" --clear ||
+    fail "the upgraded agent did not take a command"
+  step "one agent, on the upgraded file, takes commands"
 }

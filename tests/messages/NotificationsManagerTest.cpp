@@ -30,14 +30,19 @@ TEST(NotificationsManager, HandsTheListToThePreferredMainApplication) {
         std::make_shared<PathForRemove>("/Users/u/Library/Preferences/Gone.plist", 4, "Gone")};
     entries[0]->setSize(4096);
 
+    // A folder that cannot be made: its parent is a file.
+    const std::string unwritable = dir.writeFile("not-a-folder") + "/shared";
+
     struct Step {
         std::optional<std::string> ownBundle;
         bool withRunningCopy;
         const SampleApplication* receiver;
+        bool listWritten = true;
     };
     const std::vector<Step> steps = {
         {std::nullopt, false, &installed},
         {strayHelper.bundlePath, false, &installed},  // enclosed by another application
+        {std::nullopt, false, &installed, false},     // nothing written, nothing started
         {std::nullopt, true, &running},
         {helper.bundlePath, true, &enclosing},
     };
@@ -48,7 +53,17 @@ TEST(NotificationsManager, HandsTheListToThePreferredMainApplication) {
             runningCopy = std::make_unique<testsupport::RunningSample>(running.executablePath);
         }
         environment.ownBundlePath = steps[i].ownBundle;
+        environment.messageFolder = steps[i].listWritten ? dir / "shared" : unwritable;
         NotificationsManager(environment).removeFilePaths(entries);
+        if (!steps[i].listWritten) {
+            // Whatever starts the receiver now comes after anything the
+            // hand-over started, so the first record shows which came.
+            ASSERT_TRUE(platform::Workspace::openFile("/after", steps[i].receiver->bundlePath,
+                                                      environment.trust));
+            EXPECT_EQ(steps[i].receiver->waitForRecord().back(), "/after");
+            ::unlink(steps[i].receiver->recordPath.c_str());
+            continue;
+        }
 
         const auto record = steps[i].receiver->waitForRecord();
         ASSERT_EQ(record.size(), 2u);

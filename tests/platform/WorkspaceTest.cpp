@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <functional>
 
 #include "platform/Workspace.h"
 #include "support/SampleBundle.h"
@@ -59,6 +64,51 @@ TEST(Workspace, AScriptIsRunningOnlyUnderItsOwnInterpreter) {
     const auto running = Workspace::runningApplicationsWithBundleIdentifier(id);
     ASSERT_EQ(running.size(), 1u);
     EXPECT_EQ(running[0].processIdentifier, real.pid());
+}
+
+// An upgrade renames a new executable over the one a process runs: until the
+// process hands over, it is still the application; a program deleted with
+// nothing in its place is not.
+TEST(Workspace, AProgramReplacedUnderItsProcessStillRunsTheApplication) {
+    testsupport::TempDir dir;
+    const std::string id = uniqueId("Replaced");
+    testsupport::makeBundle(dir, "Replaced.app",
+                            {{"CFBundleIdentifier", id}, {"CFBundleExecutable", "Sample"}});
+    const std::string program = dir.makeDir("Replaced.app/Contents/MacOS") + "/Sample";
+    const auto install = [&](const std::string& path) {
+        std::filesystem::copy_file("/bin/sleep", path,
+                                   std::filesystem::copy_options::overwrite_existing);
+        ::chmod(path.c_str(), 0755);
+    };
+    install(program);
+    RunningSample running(program, {"600"});
+    ASSERT_GT(running.pid(), 0);
+
+    struct Step {
+        const char* what;
+        std::function<void()> change;
+        bool counts;
+    };
+    const std::vector<Step> steps = {
+        {"as installed", [] {}, true},
+        {"replaced by rename",
+         [&] {
+             install(program + ".new");
+             ASSERT_EQ(std::rename((program + ".new").c_str(), program.c_str()), 0);
+         },
+         true},
+        {"deleted", [&] { ::unlink(program.c_str()); }, false},
+    };
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.what);
+        step.change();
+        const auto found = Workspace::runningApplicationsWithBundleIdentifier(id);
+        ASSERT_EQ(found.size(), step.counts ? 1u : 0u);
+        if (step.counts) {
+            EXPECT_EQ(found[0].processIdentifier, running.pid());
+            EXPECT_EQ(found[0].executableURL, program);
+        }
+    }
 }
 
 }  // namespace

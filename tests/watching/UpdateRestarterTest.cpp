@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 
 #include "dispatch/ManualMainQueue.h"
 #include "platform/NotificationCenter.h"
@@ -55,6 +58,66 @@ TEST(UpdateRestarter, ABundleReplacedInPlaceKeepsTheApplicationUntilThePathEmpti
     fs::remove_all(bundle);
     fs::permissions(old, fs::perms::owner_read | fs::perms::owner_exec);
     EXPECT_TRUE(loop->runUntil([&] { return terminations > 0; }, testsupport::kPatience));
+    center.removeObserver(token);
+}
+
+// An upgrade writes the new executable beside the old one and renames it over
+// it: only that rename hands over, once, and never ends the application
+// through the terminate path. Other files coming and going in the folder, or
+// the executable written in place, change nothing.
+TEST(UpdateRestarter, AnExecutableReplacedByRenameHandsOverOnce) {
+    TempDir dir;
+    const std::string bundle = testsupport::makeBundle(dir, "Helper.app");
+    const std::string executable = dir.writeFile("Helper.app/Contents/MacOS/Helper", "old");
+    const std::string beside = executable + ".dpkg-new";
+    watchingtest::RealMainLoop loop;
+    int terminations = 0, handOvers = 0;
+    auto restarter = UpdateRestarter::create(
+        bundle, [&] { ++terminations; }, executable, [&] { ++handOvers; });
+    FileEventQueue& queue = *restarter->getFileEventQueue();
+    queue.setAlwaysPostNotifications(true);  // lets the test see each delivery
+    std::size_t deliveries = 0;
+    auto& center = platform::NotificationCenter::workspaceCenter();
+    const auto token =
+        center.addObserverForName("", &queue, [&](const platform::Notification&) { ++deliveries; });
+
+    struct Step {
+        const char* what;
+        std::function<void()> change;
+        int handOvers;
+    };
+    const std::vector<Step> steps = {
+        {"another file written beside it",
+         [&] { dir.writeFile("Helper.app/Contents/MacOS/Other"); }, 0},
+        {"the executable written in place",
+         [&] {
+             std::ofstream(executable, std::ios::app) << "more";
+             ::unlink((dir / "Helper.app/Contents/MacOS/Other").c_str());
+         },
+         0},
+        {"the new one written beside it",
+         [&] { dir.writeFile("Helper.app/Contents/MacOS/Helper.dpkg-new", "new"); }, 0},
+        {"renamed over it", [&] { ASSERT_EQ(std::rename(beside.c_str(), executable.c_str()), 0); },
+         1},
+        {"replaced once more",
+         [&] {
+             dir.writeFile("Helper.app/Contents/MacOS/Helper.dpkg-new", "newer");
+             ASSERT_EQ(std::rename(beside.c_str(), executable.c_str()), 0);
+         },
+         1},
+    };
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.what);
+        const std::size_t before = deliveries;
+        step.change();
+        ASSERT_TRUE(loop->runUntil([&] { return deliveries > before; }, testsupport::kPatience));
+        // Past the hand-over's delay, every hand-over that was coming has come.
+        bool settled = false;
+        loop->after(UpdateRestarter::kHandOverDelay + 100ms, [&] { settled = true; });
+        ASSERT_TRUE(loop->runUntil([&] { return settled; }, testsupport::kPatience));
+        EXPECT_EQ(handOvers, step.handOvers);
+    }
+    EXPECT_EQ(terminations, 0);
     center.removeObserver(token);
 }
 
