@@ -74,10 +74,13 @@ void DirectoryWatcher::receivedNotification(FileEventQueue&, const std::string& 
                       name == FileEventQueueAccessWasRevokedNotification;
     if (gone && (path == m_sPath || std::find(m_arrGoneWith.begin(), m_arrGoneWith.end(),
                                               path) != m_arrGoneWith.end())) {
-        // The kernel watches what the path led to, which is no longer it.
+        // The kernel watches what the path led to, which is no longer it. The
+        // delegate may let this watcher go while it is told.
+        const auto self = shared_from_this();
+        const std::string folder = m_sPath;
         m_updateRequest.cancel();
         stopWatching();
-        if (auto delegate = m_pDelegate.lock()) delegate->onWatchedFolderGone(m_sPath);
+        if (auto delegate = m_pDelegate.lock()) delegate->onWatchedFolderGone(folder);
         return;
     }
     contentsChanged();

@@ -25,9 +25,12 @@ std::shared_ptr<FileEventQueue> FileEventQueue::create() {
 }
 
 // The handler reaches this object only while its watches live, which end
-// with it.
+// with it; a delegate may drop the last other reference while it is told.
 FileEventQueue::FileEventQueue(Private)
-    : m_watches([this](const std::string& path, std::uint32_t kinds) { deliver(kinds, path); }) {}
+    : m_watches([this](const std::string& path, std::uint32_t kinds) {
+          const auto self = shared_from_this();
+          deliver(kinds, path);
+      }) {}
 
 void FileEventQueue::addPath(const std::string& path) {
     addPath(path, platform::kNoteAll);
