@@ -77,21 +77,13 @@ OpenFileChannel::~OpenFileChannel() {
 }
 
 bool OpenFileChannel::forwardToRunningInstance(const std::vector<std::string>& paths) const {
-    return forward(paths) == Forwarding::Delivered;
+    return forward(paths) == OpenFilesRequest::Delivery::Delivered;
 }
 
-OpenFileChannel::Forwarding OpenFileChannel::forward(const std::vector<std::string>& paths) const {
-    // A listener that does not answer is still there, so this process must
-    // not take the socket over.
-    switch (OpenFilesRequest::send(m_sSocketPath, paths, m_nAnswerTimeout)) {
-        case OpenFilesRequest::Delivery::Delivered:
-            return Forwarding::Delivered;
-        case OpenFilesRequest::Delivery::NoListener:
-            return Forwarding::NoAgent;
-        case OpenFilesRequest::Delivery::Unanswered:
-            break;
-    }
-    return Forwarding::Unanswered;
+// A listener that does not answer is still there, so this process must not
+// take the socket over.
+OpenFilesRequest::Delivery OpenFileChannel::forward(const std::vector<std::string>& paths) const {
+    return OpenFilesRequest::send(m_sSocketPath, paths, m_nAnswerTimeout);
 }
 
 bool OpenFileChannel::listen(Receiver receiver) {
@@ -128,7 +120,7 @@ bool OpenFileChannel::forwardOrListen(const std::vector<std::string>& paths, Rec
     platform::FileLock lock(m_sSocketPath + ".lock");
     // An agent that listens but is slow to answer is still the agent: a
     // second one would show every notification twice.
-    if (forward(paths) != Forwarding::NoAgent) return true;
+    if (forward(paths) != OpenFilesRequest::Delivery::NoListener) return true;
     // The socket appears only once the agent has launched, so that whoever
     // waits for it (a second start, a test) finds the Trash already watched.
     becomeAgent();

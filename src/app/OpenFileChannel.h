@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "messages/OpenFilesRequest.h"
+
 // The single-instance channel. The first Helper of a user listens on a Unix
 // socket in the private temporary folder; a later start hands its file
 // arguments over that socket and exits, so that files opened "with the
@@ -57,8 +59,7 @@ public:
                          const std::function<void()>& launch = nullptr);
 
 private:
-    enum class Forwarding { Delivered, NoAgent, Unanswered };
-    Forwarding forward(const std::vector<std::string>& paths) const;
+    OpenFilesRequest::Delivery forward(const std::vector<std::string>& paths) const;
     void accept();
 
     std::string m_sSocketPath;
