@@ -13,6 +13,7 @@
 #include "messages/FileMessage.h"
 #include "messages/WatcherMessage.h"
 #include "platform/ByteCountFormatter.h"
+#include "platform/FileSystem.h"
 #include "platform/Log.h"
 #include "platform/MountTable.h"
 #include "platform/TrashWriter.h"
@@ -305,8 +306,7 @@ void MainWindow::moveToTrash() {
                 leftover.outcome = Outcome::Refused;
                 continue;
             }
-            struct stat info {};
-            if (::lstat(leftover.path.c_str(), &info) != 0) {
+            if (!platform::existsWithoutFollowingLink(leftover.path)) {
                 leftover.outcome = Outcome::AlreadyGone;
                 continue;
             }

@@ -49,7 +49,7 @@ protected:
                 if (id != m_sRefused) okBlock();
             };
         environment.createRemainsInfo = [this](const std::shared_ptr<platform::Bundle>& first,
-                                                std::weak_ptr<SimpleRemainsInfoListener> heard) {
+                                               std::weak_ptr<SimpleRemainsInfoListener> heard) {
             auto remains = std::make_shared<FakeRemains>(1000 * ++m_nRemains, std::move(heard));
             remains->addBundle(first);
             m_arrRemains.push_back(remains);
