@@ -9,7 +9,7 @@
 #include "platform/FileSystem.h"
 
 // What both kinds of message file share: their names, their folder, and
-// writing and reading them whole.
+// writing them whole.
 namespace MessageFileUtils {
 
 // Whole seconds since 1 January 2001 00:00:00 UTC, truncated toward zero and
