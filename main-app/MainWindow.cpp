@@ -14,6 +14,7 @@
 #include "messages/FileMessage.h"
 #include "messages/WatcherMessage.h"
 #include "platform/ByteCountFormatter.h"
+#include "platform/FileSystem.h"
 #include "platform/Log.h"
 #include "platform/MountTable.h"
 #include "platform/TrashWriter.h"
@@ -324,8 +325,7 @@ void MainWindow::moveCheckedLeftovers() {
                 leftover.outcome = Outcome::Refused;
                 continue;
             }
-            struct stat info {};
-            if (::lstat(leftover.path.c_str(), &info) != 0) {
+            if (!platform::existsWithoutFollowingLink(leftover.path)) {
                 leftover.outcome = Outcome::AlreadyGone;
                 continue;
             }

@@ -9,6 +9,7 @@
 
 #include "app/NameExcluder.h"
 #include "dispatch/Queue.h"
+#include "ui/NotificationPresenter.h"
 #include "watching/AppsInTrashWatcher.h"
 
 namespace dispatch {
@@ -18,15 +19,6 @@ namespace platform {
 class Bundle;
 }
 class FileMessage;
-
-// What the delegate needs of the notification window.
-class NotificationPresenter {
-public:
-    virtual ~NotificationPresenter() = default;
-    virtual void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) = 0;
-    // The Helper was started again, with no file to open.
-    virtual void reopened() {}
-};
 
 // Builds the long-lived objects at launch, takes the command files the Main
 // application sends, and decides for each application that arrives in the

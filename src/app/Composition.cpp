@@ -40,19 +40,6 @@ private:
     std::shared_ptr<SimpleRemainsInfo> m_pInfo;
 };
 
-// The notification window as the delegate sees it.
-class NotificationWindowPresenter final : public NotificationPresenter {
-public:
-    explicit NotificationWindowPresenter(std::shared_ptr<RichNotificationWC> controller)
-        : m_pController(std::move(controller)) {}
-    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
-        if (m_pController) m_pController->showNotificationForApp(bundle);
-    }
-
-private:
-    std::shared_ptr<RichNotificationWC> m_pController;
-};
-
 // The files named on the command line (what is left after Qt took its own
 // options), made absolute against the folder the process started in.
 std::vector<std::string> filesToOpen() {
@@ -64,29 +51,16 @@ std::vector<std::string> filesToOpen() {
     return files;
 }
 
-// The desktop's notification as the delegate sees it.
-class DesktopNotificationPresenter final : public NotificationPresenter {
-public:
-    explicit DesktopNotificationPresenter(std::shared_ptr<DesktopNotification> notification)
-        : m_pNotification(std::move(notification)) {}
-    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override {
-        m_pNotification->showNotificationForApp(bundle);
-    }
-    void reopened() override { m_pNotification->reopened(); }
-
-private:
-    std::shared_ptr<DesktopNotification> m_pNotification;
-};
-
 // How the offer finds an identifier's remains: in the home of `paths`, sized
-// on `calculation`, each size told to whoever `listener` holds by then.
-std::function<std::shared_ptr<RemovalOffer::Remains>(const std::shared_ptr<platform::Bundle>&)>
-remainsFinder(std::shared_ptr<std::weak_ptr<SimpleRemainsInfoListener>> listener,
-              const PathsGenerator& paths, std::shared_ptr<SimpleSizeCalculation> calculation) {
-    return [listener = std::move(listener), paths,
-            calculation = std::move(calculation)](const std::shared_ptr<platform::Bundle>& bundle)
+// on `calculation`, each size told to the offer that asked.
+std::function<std::shared_ptr<RemovalOffer::Remains>(const std::shared_ptr<platform::Bundle>&,
+                                                     std::weak_ptr<SimpleRemainsInfoListener>)>
+remainsFinder(const PathsGenerator& paths, std::shared_ptr<SimpleSizeCalculation> calculation) {
+    return [paths, calculation = std::move(calculation)](
+               const std::shared_ptr<platform::Bundle>& bundle,
+               std::weak_ptr<SimpleRemainsInfoListener> listener)
                -> std::shared_ptr<RemovalOffer::Remains> {
-        auto info = SimpleRemainsInfo::create(bundle, *listener, paths, calculation);
+        auto info = SimpleRemainsInfo::create(bundle, std::move(listener), paths, calculation);
         if (!info) return nullptr;
         return std::make_shared<SimpleRemainsInfoRemains>(std::move(info));
     };
@@ -94,20 +68,16 @@ remainsFinder(std::shared_ptr<std::weak_ptr<SimpleRemainsInfoListener>> listener
 
 std::shared_ptr<DesktopNotification> createDesktopNotification() {
     RichNotificationWC::Environment environment = composition::notificationEnvironment();
-    auto listener = std::make_shared<std::weak_ptr<SimpleRemainsInfoListener>>();
-    environment.offer.createRemainsInfo =
-        remainsFinder(listener, PathsGenerator::GetInstance(), nullptr);
+    environment.offer.createRemainsInfo = remainsFinder(PathsGenerator::GetInstance(), nullptr);
     std::string icon;
     if (auto bundle = platform::Bundle::mainBundle()) {
         icon = bundle->path() + "/Contents/Resources/icon_notification.svg";
     }
-    auto notification = DesktopNotification::create(
+    return DesktopNotification::create(
         std::move(environment.offer),
         std::shared_ptr<const LocalizedStrings>(&RichNotificationWCLocalizable::mainTable(),
                                                 [](const LocalizedStrings*) {}),
         environment.mainAppName, std::move(icon));
-    *listener = notification;
-    return notification;
 }
 
 // An upgrade put a new executable in this bundle: this agent makes way for
@@ -175,23 +145,16 @@ RichNotificationWC::Environment notificationEnvironment() {
 std::shared_ptr<RichNotificationWC> createNotificationWindow(
     RichNotificationWC::Environment environment, const PathsGenerator& paths,
     std::shared_ptr<SimpleSizeCalculation> calculation) {
-    // The window is the remains' listener, and it exists only once its
-    // environment is complete: the finder reads it from here.
-    auto listener = std::make_shared<std::weak_ptr<SimpleRemainsInfoListener>>();
-    environment.offer.createRemainsInfo = remainsFinder(listener, paths, std::move(calculation));
-    auto window = RichNotificationWC::create(std::move(environment));
-    *listener = window;
-    return window;
+    environment.offer.createRemainsInfo = remainsFinder(paths, std::move(calculation));
+    return RichNotificationWC::create(std::move(environment));
 }
 
 AppDelegate::Environment appDelegateEnvironment() {
     AppDelegate::Environment environment;
     environment.createNotificationPresenter = []() -> std::shared_ptr<NotificationPresenter> {
-        if (!placesItsOwnWindow()) {
-            return std::make_shared<DesktopNotificationPresenter>(createDesktopNotification());
-        }
-        return std::make_shared<NotificationWindowPresenter>(createNotificationWindow(
-            notificationEnvironment(), PathsGenerator::GetInstance(), nullptr));
+        if (!placesItsOwnWindow()) return createDesktopNotification();
+        return createNotificationWindow(notificationEnvironment(), PathsGenerator::GetInstance(),
+                                        nullptr);
     };
     environment.ownBundlePath = []() -> std::optional<std::string> {
         auto bundle = platform::Bundle::mainBundle();

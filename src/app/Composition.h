@@ -25,8 +25,8 @@ void chooseWindowSystem();
 RichNotificationWC::Environment notificationEnvironment();
 
 // The window in `environment`, whose remains are found in the home folder of
-// `paths` and sized on `calculation` (null: the shared calculator), and
-// which hears of each size that arrives.
+// `paths` and sized on `calculation` (null: the shared calculator); its
+// offer hears of each size that arrives.
 std::shared_ptr<RichNotificationWC> createNotificationWindow(
     RichNotificationWC::Environment environment, const PathsGenerator& paths,
     std::shared_ptr<SimpleSizeCalculation> calculation);

@@ -79,11 +79,6 @@ void DesktopNotification::closeWindow() {
     QDBusConnection::sessionBus().call(close, QDBus::NoBlock);
 }
 
-void DesktopNotification::onSimpleRemainsInfoChanged(
-    const std::shared_ptr<SimpleRemainsInfo>& info) {
-    if (info) updateText();
-}
-
 QString DesktopNotification::body(const std::string& markup, bool withMarkup) {
     if (!withMarkup) return QString::fromStdString(MarkupStyler::parse(markup).text);
     // The service's markup is a small set of its own; every other tag goes.

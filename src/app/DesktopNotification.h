@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "remains/SimpleRemainsInfo.h"
 #include "ui/LocalizedStrings.h"
+#include "ui/NotificationPresenter.h"
 #include "ui/RemovalOffer.h"
 
 // The notification as the desktop's notification service shows it
@@ -24,7 +24,7 @@
 // service nothing is shown and nothing fails. Main thread only.
 class DesktopNotification : public QObject,
                             public RemovalOffer::View,
-                            public SimpleRemainsInfoListener,
+                            public NotificationPresenter,
                             public std::enable_shared_from_this<DesktopNotification> {
     Q_OBJECT
 
@@ -46,16 +46,15 @@ public:
         std::string mainAppName, std::string iconPath);
     ~DesktopNotification() override;
 
-    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle);
+    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override;
 
     void updateText() override;
     void showNotification() override;
     void closeWindow() override;
-    void onSimpleRemainsInfoChanged(const std::shared_ptr<SimpleRemainsInfo>& info) override;
 
     // The Helper was started again while this shows: on a service that
     // draws no buttons that is the user's "Complete Uninstall".
-    void reopened();
+    void reopened() override;
 
     // The description for a service that shows `<b>` (the only tag kept)
     // or, without markup, as plain text.

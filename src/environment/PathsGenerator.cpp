@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 #include "environment/StringUtils.h"
 #include "environment/TrashFolders.h"
 #include "platform/Bundle.h"
+#include "platform/FileSystem.h"
 #include "platform/PasswordDatabase.h"
 #include "platform/PathUtils.h"
 
@@ -90,8 +90,7 @@ std::optional<std::string> PathsGenerator::buildFolderInApplicationSupportWithNa
     auto base = buildApplicationFolderPathInApplicationSupport();
     if (!base) return std::nullopt;
     std::string folder = platform::PathUtils::stringByAppendingPathComponent(*base, name);
-    std::error_code ignored;  // failure is deliberately not checked
-    std::filesystem::create_directories(folder, ignored);
+    platform::makePrivateFolders(folder);  // failure is deliberately not checked
     return folder;
 }
 

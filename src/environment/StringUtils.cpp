@@ -1,10 +1,9 @@
 #include "environment/StringUtils.h"
 
-#include <sys/stat.h>
-
 #include <limits>
 
 #include "platform/ByteCountFormatter.h"
+#include "platform/FileSystem.h"
 #include "platform/PathUtils.h"
 
 namespace StringUtils {
@@ -13,11 +12,6 @@ namespace {
 
 char asciiLower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool existsWithoutFollowingLink(const std::string& path) {
-    struct stat info {};
-    return ::lstat(path.c_str(), &info) == 0;
 }
 
 }  // namespace
@@ -57,22 +51,15 @@ std::string convertToStringFromFileSize(std::int64_t bytes, const std::string& l
 }
 
 std::string getNameForCopiedFile(const std::string& name, const std::string& folder) {
-    if (!existsWithoutFollowingLink(
-            platform::PathUtils::stringByAppendingPathComponent(folder, name))) {
-        return name;
-    }
     const std::string base = platform::PathUtils::stringByDeletingPathExtension(name);
     const std::string extension = platform::PathUtils::pathExtension(name);
-    for (long number = 2;; ++number) {
+    long number = 0;  // the name itself, then "<base> 2", "<base> 3", ...
+    return *platform::firstFreeName(folder, [&]() -> std::optional<std::string> {
+        if (++number == 1) return name;
         const std::string numbered = base + " " + std::to_string(number);
-        const std::string candidate =
-            platform::PathUtils::stringByAppendingPathExtension(numbered, extension)
-                .value_or(numbered);
-        if (!existsWithoutFollowingLink(
-                platform::PathUtils::stringByAppendingPathComponent(folder, candidate))) {
-            return candidate;
-        }
-    }
+        return platform::PathUtils::stringByAppendingPathExtension(numbered, extension)
+            .value_or(numbered);
+    });
 }
 
 std::string getDisplayNameAtPath(const std::string& path) {

@@ -1,12 +1,8 @@
 #include "messages/MessageFileUtils.h"
 
-#include <sys/stat.h>
-
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 
 #include "platform/FileSystem.h"
 
@@ -36,22 +32,8 @@ std::string randomString(std::uint64_t counter, std::uint64_t seconds) {
     return text;
 }
 
-bool existsWithoutFollowingLink(const std::string& path) {
-    struct stat info {};
-    return !path.empty() && ::lstat(path.c_str(), &info) == 0;
-}
-
-void createFolder(const std::string& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-}
-
 bool writeFileAtomically(const std::string& path, std::string_view contents, unsigned permissions) {
     return platform::writeFileAtomically(path, contents, permissions);
-}
-
-std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
-    return platform::readWholeFile(path, limit);
 }
 
 }  // namespace MessageFileUtils

@@ -6,8 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "platform/FileSystem.h"
+
 // What both kinds of message file share: their names, their folder, and
-// writing and reading them whole.
+// writing them whole.
 namespace MessageFileUtils {
 
 // Whole seconds since 1 January 2001 00:00:00 UTC, truncated toward zero and
@@ -18,24 +20,20 @@ std::uint64_t secondsSinceReferenceDate();
 // within a run and through the caller's existence test across runs.
 std::string randomString(std::uint64_t counter, std::uint64_t seconds);
 
-// Whether anything is at the path, a final symbolic link not followed (so a
-// dangling link is something).
-bool existsWithoutFollowingLink(const std::string& path);
-
-// Creates the folder and its parents; failures are left to show up when the
-// folder is used. Message folders sit inside the private temporary folder,
-// which is already closed to other users.
-void createFolder(const std::string& folder);
+// The platform's chores under the names FileMessage still calls them by.
+inline bool existsWithoutFollowingLink(const std::string& path) {
+    return platform::existsWithoutFollowingLink(path);
+}
+// Failures are left to show up when the folder is used.
+inline void createFolder(const std::string& folder) {
+    platform::makePrivateFolders(folder);
+}
 
 // Writes a temporary file in the same folder, flushes it to disk and renames
 // it over `path`, so a reader sees the whole file or none. The file gets
 // `permissions`. False on any failure, with nothing left behind.
 bool writeFileAtomically(const std::string& path, std::string_view contents,
                          unsigned permissions = 0600);
-
-// The whole contents of a regular file of at most `limit` bytes; nullopt
-// when it cannot be read, is something else, or is larger.
-std::optional<std::string> readFile(const std::string& path, std::size_t limit);
 
 // Message files are small; anything larger is not one of ours.
 inline constexpr std::size_t kMaxMessageFileSize = std::size_t{64} << 20;

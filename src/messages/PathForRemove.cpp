@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "environment/StringUtils.h"
-#include "messages/MessageFileUtils.h"
+#include "platform/FileSystem.h"
 #include "platform/Utf8.h"
 
 namespace {
@@ -97,5 +97,5 @@ void PathForRemove::setSize(std::uint64_t size) {
 }
 
 bool PathForRemove::checkIsRemovedByUser() const {
-    return !MessageFileUtils::existsWithoutFollowingLink(m_sPath);
+    return !platform::existsWithoutFollowingLink(m_sPath);
 }

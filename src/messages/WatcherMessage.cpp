@@ -7,6 +7,7 @@
 
 #include "messages/MessageEnvironment.h"
 #include "messages/MessageFileUtils.h"
+#include "platform/FileSystem.h"
 #include "platform/PathUtils.h"
 #include "platform/Utf8.h"
 
@@ -49,7 +50,8 @@ std::optional<std::string> WatcherMessage::saveForTransmit() const {
 
 std::optional<std::string> WatcherMessage::saveForTransmit(const std::string& folder) const {
     if (folder.empty()) return std::nullopt;
-    MessageFileUtils::createFolder(folder);
+    // Failures show up when the file is written.
+    platform::makePrivateFolders(folder);
     const auto text = messageText();
     if (!text) return std::nullopt;
     const std::string path = platform::PathUtils::stringByAppendingPathComponent(
@@ -59,8 +61,8 @@ std::optional<std::string> WatcherMessage::saveForTransmit(const std::string& fo
 }
 
 bool WatcherMessage::loadFromPath(const std::string& path) {
-    if (!MessageFileUtils::existsWithoutFollowingLink(path)) return false;
-    const auto text = MessageFileUtils::readFile(path, MessageFileUtils::kMaxMessageFileSize);
+    if (!platform::existsWithoutFollowingLink(path)) return false;
+    const auto text = platform::readWholeFile(path, MessageFileUtils::kMaxMessageFileSize);
     if (!text || !loadFromText(*text)) return false;
     ::unlink(path.c_str());
     return true;
@@ -90,13 +92,8 @@ bool WatcherMessage::loadFromText(const std::string& text) {
 
 std::string WatcherMessage::createUniqueFileNameInFolder(const std::string& folder,
                                                          const std::string& suffix) {
-    for (;;) {
-        std::string name = getRandomString() + suffix;
-        if (!MessageFileUtils::existsWithoutFollowingLink(
-                platform::PathUtils::stringByAppendingPathComponent(folder, name))) {
-            return name;
-        }
-    }
+    return *platform::firstFreeName(
+        folder, [&]() -> std::optional<std::string> { return getRandomString() + suffix; });
 }
 
 std::string WatcherMessage::getRandomString() {

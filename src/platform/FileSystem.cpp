@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "platform/PathUtils.h"
+
 namespace platform {
 
 void UniqueFd::reset(int fd) noexcept {
@@ -86,6 +88,22 @@ bool writeFileAtomically(const std::string& path, std::string_view contents, uns
 bool leadsToFolder(const std::string& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool existsWithoutFollowingLink(const std::string& path) {
+    struct stat info {};
+    return !path.empty() && ::lstat(path.c_str(), &info) == 0;
+}
+
+std::optional<std::string> firstFreeName(
+    const std::string& folder, const std::function<std::optional<std::string>()>& nextName) {
+    for (;;) {
+        std::optional<std::string> name = nextName();
+        if (!name) return std::nullopt;
+        if (!existsWithoutFollowingLink(PathUtils::stringByAppendingPathComponent(folder, *name))) {
+            return name;
+        }
+    }
 }
 
 bool makePrivateFolders(const std::string& path) {

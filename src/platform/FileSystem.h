@@ -3,6 +3,7 @@
 #include <dirent.h>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,7 +12,8 @@
 
 // The few file-system chores every part of the agent needs, done one way:
 // owners that close what they opened, reads of small files, a write that
-// replaces a file whole, and the private folders the agent keeps data in.
+// replaces a file whole, the private folders the agent keeps data in, whether
+// something is at a path, and free names for new files.
 namespace platform {
 
 // Owns one open descriptor and closes it exactly once, whatever path the
@@ -71,6 +73,16 @@ bool writeFileAtomically(const std::string& path, std::string_view contents, uns
 
 // Whether the path leads to a folder, a final link followed.
 bool leadsToFolder(const std::string& path);
+
+// Whether anything is at the path, a final symbolic link not followed (so a
+// dangling link is something); false for an empty path.
+bool existsWithoutFollowingLink(const std::string& path);
+
+// The first name `nextName` gives that names nothing in `folder` (see
+// existsWithoutFollowingLink); nullopt once `nextName` gives none. Nothing
+// is created: whoever makes the file must still make it exclusively.
+std::optional<std::string> firstFreeName(
+    const std::string& folder, const std::function<std::optional<std::string>()>& nextName);
 
 // Makes every missing folder of `path` with mode 0700 (the per-user data and
 // config folders are private); true when `path` ends up a folder.

@@ -5,7 +5,7 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
+#include <sstream>
 #include <vector>
 
 #include "platform/FileSystem.h"
@@ -16,6 +16,8 @@ namespace platform::LoginItems {
 namespace {
 
 constexpr const char* kGroupHeader = "[Desktop Entry]";
+// An autostart entry is a few lines; a larger file is no entry of ours.
+constexpr std::size_t kMaxEntrySize = 64 * 1024;
 
 // The identifier becomes a file name, so it must be one.
 bool isUsableIdentifier(const std::string& identifier) {
@@ -157,8 +159,7 @@ bool isEnabled(const std::string& configFolder, const std::vector<std::string>& 
                const std::string& bundleIdentifier) {
     if (configFolder.empty() || !isUsableIdentifier(bundleIdentifier)) return false;
     // The user's entry, when there is one, stands for the system's.
-    struct stat info {};
-    if (::lstat(entryPath(configFolder, bundleIdentifier).c_str(), &info) != 0 &&
+    if (!existsWithoutFollowingLink(entryPath(configFolder, bundleIdentifier)) &&
         hasSystemEntry(systemFolders, bundleIdentifier)) {
         return true;
     }
@@ -167,8 +168,9 @@ bool isEnabled(const std::string& configFolder, const std::vector<std::string>& 
 
 bool isEnabled(const std::string& configFolder, const std::string& bundleIdentifier) {
     if (configFolder.empty() || !isUsableIdentifier(bundleIdentifier)) return false;
-    std::ifstream in(entryPath(configFolder, bundleIdentifier));
-    if (!in) return false;
+    const auto contents = readWholeFile(entryPath(configFolder, bundleIdentifier), kMaxEntrySize);
+    if (!contents) return false;
+    std::istringstream in(*contents);
     // The user may have switched it off in the desktop's settings, which
     // keeps the file and marks it instead.
     bool inMainGroup = false;

@@ -51,7 +51,7 @@ void RemovalOffer::acceptBundle(const std::shared_ptr<platform::Bundle>& bundle)
     if (Remains* info = remainsInfoForBundleID(bundleId)) {
         info->addBundle(bundle);
     } else if (m_environment.createRemainsInfo) {
-        if (auto created = m_environment.createRemainsInfo(bundle)) {
+        if (auto created = m_environment.createRemainsInfo(bundle, weak_from_this())) {
             m_arrRemoveInfo.emplace_back(bundleId, std::move(created));
         }
     }
@@ -82,6 +82,10 @@ void RemovalOffer::onSelectCompleteUninstall() {
     }
     if (m_environment.removeFilePaths) m_environment.removeFilePaths(paths);
     hideNotification();
+}
+
+void RemovalOffer::onSimpleRemainsInfoChanged(const std::shared_ptr<SimpleRemainsInfo>& /*info*/) {
+    if (auto view = m_pView.lock()) view->updateText();
 }
 
 std::uint64_t RemovalOffer::totalSize() const {

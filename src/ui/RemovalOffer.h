@@ -12,6 +12,7 @@
 
 #include "dispatch/Queue.h"
 #include "messages/PathForRemove.h"
+#include "remains/SimpleRemainsInfo.h"
 #include "ui/LocalizedStrings.h"
 
 namespace platform {
@@ -22,8 +23,11 @@ class Bundle;
 // offered at all, how those trashed while it shows join it (one set of
 // remains per identifier, each bundle counted once), when losing the focus
 // hides it, and the hand-over of the leftovers to the Main application. It
-// draws nothing; its View is told what to show. Main thread only.
-class RemovalOffer : public std::enable_shared_from_this<RemovalOffer> {
+// draws nothing; its View is told what to show. It alone hears the remains'
+// sizes arrive, so whatever draws it need not know where they come from.
+// Main thread only.
+class RemovalOffer : public SimpleRemainsInfoListener,
+                     public std::enable_shared_from_this<RemovalOffer> {
 public:
     // What the offer needs of one identifier's remains.
     class Remains {
@@ -53,9 +57,11 @@ public:
         std::function<void(const std::optional<std::string>& bundleId,
                            std::function<void()> okBlock)>
             calculateIsCanShowNotificationForBundleWithID;
-        // The remains of a first bundle of an identifier; null when there
-        // are none to find.
-        std::function<std::shared_ptr<Remains>(const std::shared_ptr<platform::Bundle>& bundle)>
+        // The remains of a first bundle of an identifier, which tell
+        // `listener` of each change of their size; null when there are none
+        // to find.
+        std::function<std::shared_ptr<Remains>(const std::shared_ptr<platform::Bundle>& bundle,
+                                               std::weak_ptr<SimpleRemainsInfoListener> listener)>
             createRemainsInfo;
         std::function<void(const std::vector<std::shared_ptr<PathForRemove>>& paths)>
             removeFilePaths;
@@ -75,6 +81,9 @@ public:
     void windowDidResignKey();
     void onShowHelp();
     void onSelectCompleteUninstall();
+
+    // A size arrived: the view redraws the description.
+    void onSimpleRemainsInfoChanged(const std::shared_ptr<SimpleRemainsInfo>& info) override;
 
     // The description's markup in the language of `texts`; empty while
     // nothing is offered.

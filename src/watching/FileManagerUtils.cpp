@@ -1,11 +1,9 @@
 #include "watching/FileManagerUtils.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <mutex>
 #include <string_view>
 #include <vector>
@@ -39,8 +37,8 @@ std::vector<std::string_view> charactersOf(std::string_view text) {
 }  // namespace
 
 bool fileExistsWithoutTraversingSymbolicLinkAtPath(const std::optional<std::string>& path) {
-    if (!path) return false;
-    return platform::fileExistsAtPath(*path) || isFileAtPathSymbolicLink(path);
+    // Whatever a link leads to, the link itself is there.
+    return path && platform::existsWithoutFollowingLink(*path);
 }
 
 bool fileExistsWithoutTraversingSymbolicLinkAtPath(const std::optional<std::string>& path,
@@ -49,10 +47,9 @@ bool fileExistsWithoutTraversingSymbolicLinkAtPath(const std::optional<std::stri
         if (isDirectory != nullptr) *isDirectory = false;
         return false;
     }
-    if (isDirectory == nullptr) return fileExistsWithoutTraversingSymbolicLinkAtPath(path);
-    if (platform::fileExistsAtPath(*path, isDirectory)) return true;
-    *isDirectory = false;
-    return isFileAtPathSymbolicLink(path);
+    const bool exists = platform::existsWithoutFollowingLink(*path);
+    if (isDirectory != nullptr) *isDirectory = exists && platform::leadsToFolder(*path);
+    return exists;
 }
 
 bool isFileAtPathSymbolicLink(const std::optional<std::string>& path) {
@@ -104,17 +101,15 @@ bool isFileLocked(const std::optional<std::string>& path) {
 std::string getTempFilePathWithExt(const std::optional<std::string>& ext,
                                    const std::string& baseFolder,
                                    const std::function<std::string(int length)>& makeName) {
-    for (int length = kFirstNameLength;; ++length) {
-        std::string name = makeName(length);
-        if (ext) {
-            auto withExtension = platform::PathUtils::stringByAppendingPathExtension(name, *ext);
-            if (!withExtension) return {};
-            name = std::move(*withExtension);
-        }
-        std::string path = platform::PathUtils::stringByAppendingPathComponent(baseFolder, name);
-        // Ends at the latest when the name grows too long to exist.
-        if (!fileExistsWithoutTraversingSymbolicLinkAtPath(path)) return path;
-    }
+    int length = kFirstNameLength;
+    // Ends at the latest when the name grows too long to exist.
+    const auto name = platform::firstFreeName(baseFolder, [&]() -> std::optional<std::string> {
+        std::string name = makeName(length++);
+        if (!ext) return name;
+        return platform::PathUtils::stringByAppendingPathExtension(name, *ext);
+    });
+    if (!name) return {};
+    return platform::PathUtils::stringByAppendingPathComponent(baseFolder, *name);
 }
 
 std::string getTempFilePathWithExt(const std::optional<std::string>& ext) {
@@ -126,8 +121,7 @@ std::string getTempFilePathWithExt(const std::optional<std::string>& ext) {
 
 std::string getTempFilePathWithFileName(const std::string& fileName) {
     const std::string folder = getTempFilePathWithExt(std::nullopt);
-    std::error_code ignored;
-    std::filesystem::create_directories(folder, ignored);
+    platform::makePrivateFolders(folder);  // a failure shows when the file is made
     return platform::PathUtils::stringByAppendingPathComponent(folder, fileName);
 }
 

@@ -5,6 +5,7 @@
 
 #include "environment/StringUtils.h"
 #include "support/DataTable.h"
+#include "support/TempDir.h"
 
 namespace {
 
@@ -26,6 +27,19 @@ TEST(StringUtilsTest, PathAndNameQuestions) {
     EXPECT_FALSE(StringUtils::hasCaseInsensitiveSuffix("abc", std::nullopt));
     EXPECT_EQ(StringUtils::convertToStringFromFileSize(0), "Zero KB");
     EXPECT_EQ(StringUtils::convertToStringFromFileSize(1234567890), "1.23 GB");
+}
+
+// A copy's name skips whatever is there, a dangling link too.
+TEST(StringUtilsTest, NameForACopyIsTheFirstFreeOne) {
+    testsupport::TempDir folder;
+    folder.writeFile("Report.pdf");
+    folder.makeSymlink("Report 2.pdf", folder / "gone");
+    folder.makeDir("Notes");
+    for (const auto& [name, free] : {std::pair{"Report.pdf", "Report 3.pdf"},
+                                     {"Notes", "Notes 2"},
+                                     {"Draft.pdf", "Draft.pdf"}}) {
+        EXPECT_EQ(StringUtils::getNameForCopiedFile(name, folder.path()), free) << name;
+    }
 }
 
 }  // namespace

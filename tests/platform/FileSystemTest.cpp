@@ -40,4 +40,52 @@ TEST(FileSystem, AtomicWriteReplacesWholeOrLeavesEverythingAsItWas) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 5);
 }
 
+// A dangling link is something; what lies behind a file or a missing folder
+// is not. New names skip everything that is there, links included.
+TEST(FileSystem, WhatIsThereAndTheFirstFreeName) {
+    TempDir dir;
+    dir.writeFile("file");
+    dir.makeDir("folder");
+    dir.makeSymlink("dangling", dir / "gone");
+    dir.makeSymlink("to-folder", dir / "folder");
+    for (const auto& [name, exists] :
+         std::vector<std::pair<std::string, bool>>{{"file", true},
+                                                   {"folder", true},
+                                                   {"dangling", true},
+                                                   {"to-folder", true},
+                                                   {"gone", false},
+                                                   {"file/inside", false},
+                                                   {"missing/inside", false}}) {
+        EXPECT_EQ(platform::existsWithoutFollowingLink(dir / name), exists) << name;
+    }
+    EXPECT_FALSE(platform::existsWithoutFollowingLink(""));
+
+    std::vector<std::string> names{"file", "dangling", "to-folder", "gone", "later"};
+    auto next = [&, at = std::size_t{0}]() mutable -> std::optional<std::string> {
+        if (at == names.size()) return std::nullopt;
+        return names[at++];
+    };
+    EXPECT_EQ(platform::firstFreeName(dir.path(), next), "gone");
+    names = {"file", "folder"};
+    EXPECT_EQ(platform::firstFreeName(dir.path(), next), std::nullopt) << "names ran out";
+}
+
+// Every missing folder is made closed to others; what is there stays as it is.
+TEST(FileSystem, PrivateFoldersAreMadeOnlyWhereMissing) {
+    TempDir dir;
+    ASSERT_EQ(::chmod(dir.makeDir("open").c_str(), 0755), 0);
+    dir.writeFile("file");
+    EXPECT_TRUE(platform::makePrivateFolders(dir / "open/a/b"));
+    for (const auto& [name, mode] : std::vector<std::pair<std::string, unsigned>>{
+             {"open", 0755}, {"open/a", 0700}, {"open/a/b", 0700}}) {
+        struct stat info {};
+        ASSERT_EQ(::stat((dir / name).c_str(), &info), 0) << name;
+        EXPECT_EQ(info.st_mode & 07777, mode) << name;
+    }
+    EXPECT_TRUE(platform::makePrivateFolders(dir / "open"));
+    EXPECT_FALSE(platform::makePrivateFolders(dir / "file"));
+    EXPECT_FALSE(platform::makePrivateFolders(dir / "file/below"));
+    EXPECT_FALSE(platform::makePrivateFolders(""));
+}
+
 }  // namespace

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <vector>
@@ -74,6 +75,14 @@ TEST(LoginItems, EntriesSwitchedOffByTheUserAndExecQuoting) {
         TempDir dir;
         dir.writeFile(std::string("autostart/") + kIdentifier + ".desktop", row.at(0));
         EXPECT_EQ(LoginItems::isEnabled(dir.path(), kIdentifier), row.at(1) == "yes") << row.at(0);
+    }
+    {
+        // A pipe in the entry's place is no entry, and no reader waits on it.
+        TempDir dir;
+        dir.makeDir("autostart");
+        const std::string entry = dir / (std::string("autostart/") + kIdentifier + ".desktop");
+        ASSERT_EQ(::mkfifo(entry.c_str(), 0600), 0);
+        EXPECT_FALSE(LoginItems::isEnabled(dir.path(), kIdentifier));
     }
     for (const auto& row : testsupport::readDataTable("LoginItems/exec.tsv")) {
         EXPECT_EQ(LoginItems::execValueForPath(row.at(0)), row.at(1)) << row.at(0);

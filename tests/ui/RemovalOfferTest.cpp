@@ -16,9 +16,10 @@ std::shared_ptr<platform::Bundle> bundle(const std::string& name, const std::str
         "/home/u/.Trash/" + name, platform::PlistDictionary{{"CFBundleIdentifier", id}});
 }
 
-// Remains of a fixed size; each bundle given is one entry.
+// Remains of a given size; each bundle given is one entry.
 struct FakeRemains final : RemovalOffer::Remains {
-    explicit FakeRemains(std::uint64_t size) : size(size) {}
+    FakeRemains(std::uint64_t size, std::weak_ptr<SimpleRemainsInfoListener> listener)
+        : size(size), listener(std::move(listener)) {}
     void addBundle(const std::shared_ptr<platform::Bundle>& bundle) override {
         bundles.push_back(bundle->path());
     }
@@ -28,8 +29,14 @@ struct FakeRemains final : RemovalOffer::Remains {
         for (const auto& path : bundles)
             array.push_back(std::make_shared<PathForRemove>(path, 0, "id"));
     }
+    // A size arrives, as the remains finder tells it.
+    void grow(std::uint64_t by) {
+        size += by;
+        if (auto heard = listener.lock()) heard->onSimpleRemainsInfoChanged(nullptr);
+    }
     std::vector<std::string> bundles;
-    const std::uint64_t size;
+    std::uint64_t size;
+    std::weak_ptr<SimpleRemainsInfoListener> listener;
 };
 
 // The fixture is the window, and records what it is told, in order.
@@ -41,9 +48,11 @@ protected:
             [this](const std::optional<std::string>& id, std::function<void()> okBlock) {
                 if (id != m_sRefused) okBlock();
             };
-        environment.createRemainsInfo = [this](const std::shared_ptr<platform::Bundle>& first) {
-            auto remains = std::make_shared<FakeRemains>(1000 * ++m_nRemains);
+        environment.createRemainsInfo = [this](const std::shared_ptr<platform::Bundle>& first,
+                                               std::weak_ptr<SimpleRemainsInfoListener> heard) {
+            auto remains = std::make_shared<FakeRemains>(1000 * ++m_nRemains, std::move(heard));
             remains->addBundle(first);
+            m_arrRemains.push_back(remains);
             return remains;
         };
         environment.removeFilePaths =
@@ -76,6 +85,7 @@ protected:
     std::shared_ptr<RemovalOffer> m_pOffer;
     std::optional<std::string> m_sRefused;
     std::uint64_t m_nRemains = 0;
+    std::vector<std::shared_ptr<FakeRemains>> m_arrRemains;
     std::vector<std::string> m_arrHandedOver;
 };
 
@@ -108,6 +118,17 @@ TEST_F(RemovalOfferTest, ApplicationsJoinTheNotificationThatShowsAndLeaveTogethe
                                                          "/home/u/.Trash/Quill.app"}));
     EXPECT_FALSE(m_pOffer->isActive());
     EXPECT_EQ(m_calls.back(), "close");
+}
+
+// The offer hears each size its remains learn, and the view redraws from it.
+TEST_F(RemovalOfferTest, ASizeThatArrivesRedrawsTheDescription) {
+    offer(bundle("Photon.app", "com.example.photon"));
+    offer(bundle("Quill.app", "com.example.quill"));
+    ASSERT_EQ(m_arrRemains.size(), 2u);
+    m_calls.clear();
+    m_arrRemains[1]->grow(250'000);
+    EXPECT_EQ(m_calls, std::vector<std::string>{"text"});
+    EXPECT_NE(description().find("<b>253 KB</b>"), std::string::npos) << description();
 }
 
 TEST_F(RemovalOfferTest, OnlyWhatTheRuleAllowsIsOfferedAndOnlyOnTheMainQueue) {

@@ -191,11 +191,6 @@ AttributedString RichNotificationWC::generateAttributedString() const {
     return m_pMarkupStyler->convertString(markup);
 }
 
-void RichNotificationWC::onSimpleRemainsInfoChanged(
-    const std::shared_ptr<SimpleRemainsInfo>& info) {
-    if (info) updateText();
-}
-
 void RichNotificationWC::onShowHelp() {
     m_pOffer->onShowHelp();
 }

@@ -9,10 +9,10 @@
 #include <optional>
 #include <string>
 
-#include "remains/SimpleRemainsInfo.h"
 #include "ui/AttributedString.h"
 #include "ui/LocalizedStrings.h"
 #include "ui/MarkupStyler.h"
+#include "ui/NotificationPresenter.h"
 #include "ui/RemovalOffer.h"
 
 class CustomButton;
@@ -34,7 +34,7 @@ class RichNotificationWC;
 // It only draws and forwards: what is shown, counted, kept and handed over
 // is decided by its RemovalOffer.
 class RichNotificationWC : public RemovalOffer::View,
-                           public SimpleRemainsInfoListener,
+                           public NotificationPresenter,
                            public std::enable_shared_from_this<RichNotificationWC> {
 public:
     // The world the controller acts on; app/ builds the agent's.
@@ -53,8 +53,7 @@ public:
     RichNotificationWC(const RichNotificationWC&) = delete;
     RichNotificationWC& operator=(const RichNotificationWC&) = delete;
 
-    // Offers the application just moved to the Trash; null is ignored.
-    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle);
+    void showNotificationForApp(const std::shared_ptr<platform::Bundle>& bundle) override;
 
     void showNotification() override;
     void hideNotification();
@@ -68,8 +67,6 @@ public:
     void onNotificationClose();
     void onSelectCompleteUninstall();
     void windowDidResignKey();
-
-    void onSimpleRemainsInfoChanged(const std::shared_ptr<SimpleRemainsInfo>& info) override;
 
     // Top-left corner of a window of `windowSize` on a screen's full frame:
     // 20 from its right edge, 40 below its top.
