@@ -10,6 +10,7 @@
 #include "messages/OpenFilesRequest.h"
 #include "platform/Bundle.h"
 #include "platform/ConsumeFile.h"
+#include "platform/FileSystem.h"
 #include "platform/LaunchServices.h"
 #include "platform/Log.h"
 #include "platform/PathUtils.h"
@@ -176,7 +177,7 @@ std::optional<std::string> FileMessage::saveToFile() const {
     const std::string& folder = m_environment.messageFolder;
     const auto body = data();
     if (folder.empty() || !body) return std::nullopt;
-    MessageFileUtils::createFolder(folder);
+    platform::makePrivateFolders(folder);  // a failure shows when the file is written
     const std::vector<std::uint8_t> bytes = KeyedArchive::archivedDataWithRootObject(*body);
     if (bytes.empty()) return std::nullopt;
     const auto extension = messageExtension();
@@ -185,21 +186,16 @@ std::optional<std::string> FileMessage::saveToFile() const {
     if (name.empty()) return std::nullopt;
     const std::string path = platform::PathUtils::stringByAppendingPathComponent(folder, name);
     const std::string_view contents(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (!MessageFileUtils::writeFileAtomically(path, contents)) return std::nullopt;
+    if (!platform::writeFileAtomically(path, contents, 0600)) return std::nullopt;
     return path;
 }
 
 std::string FileMessage::createUniqueFileNameInFolder(const std::string& folder,
                                                       const std::string& extension) {
-    for (;;) {
-        const auto name =
-            platform::PathUtils::stringByAppendingPathExtension(getRandomString(), extension);
-        if (!name) return {};
-        if (!MessageFileUtils::existsWithoutFollowingLink(
-                platform::PathUtils::stringByAppendingPathComponent(folder, *name))) {
-            return *name;
-        }
-    }
+    return platform::firstFreeName(folder, [&] {
+               return platform::PathUtils::stringByAppendingPathExtension(getRandomString(),
+                                                                        extension);
+           }).value_or("");
 }
 
 std::string FileMessage::getRandomString() {

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/FileSystem.h"
-
 namespace MessageFileUtils {
 
 namespace {
@@ -30,10 +28,6 @@ std::string randomString(std::uint64_t counter, std::uint64_t seconds) {
     std::snprintf(text, sizeof text, "random_%llu-%llu", static_cast<unsigned long long>(counter),
                   static_cast<unsigned long long>(seconds));
     return text;
-}
-
-bool writeFileAtomically(const std::string& path, std::string_view contents, unsigned permissions) {
-    return platform::writeFileAtomically(path, contents, permissions);
 }
 
 }  // namespace MessageFileUtils

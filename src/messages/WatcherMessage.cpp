@@ -56,7 +56,7 @@ std::optional<std::string> WatcherMessage::saveForTransmit(const std::string& fo
     if (!text) return std::nullopt;
     const std::string path = platform::PathUtils::stringByAppendingPathComponent(
         folder, createUniqueFileNameInFolder(folder, kFileSuffix));
-    if (!MessageFileUtils::writeFileAtomically(path, *text)) return std::nullopt;
+    if (!platform::writeFileAtomically(path, *text, 0600)) return std::nullopt;
     return path;
 }
 
