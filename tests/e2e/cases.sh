@@ -273,6 +273,22 @@ case_deleting_the_bundle_ends_the_agent() {
 agents_running() { local p; for p in /proc/[0-9]*; do [ "$(readlink "$p/exe" 2>/dev/null)" != "$1" ] || echo "${p#/proc/}"; done; }
 new_agent_listens() { [ -n "$(agents_running "$1")" ] && [ -S "$(agent_socket)" ]; }
 gone() { ! kill -0 "$1" 2>/dev/null || grep -q '^State:.*Z' "/proc/$1/status" 2>/dev/null; }
+# After an upgrade of executable $2: the old agent ($1) ended well and one
+# agent, on the file the upgrade installed and on no replaced one, listens.
+# Sets agent_pid to it.
+expect_handed_over() {  # old agent, executable
+  wait_for 15 gone "$1" || fail "the old agent runs on after the upgrade"
+  local status=0 running
+  wait "$1" || status=$?
+  [ $status -eq 0 ] || fail "the old agent ended with status $status"
+  wait_for 15 new_agent_listens "$2" || fail "no agent listens on the new file after the upgrade"
+  running=$(agents_running "$2")
+  [ "$(printf '%s\n' $running | grep -c .)" -eq 1 ] || fail "not one agent on the new file: ${running:-none}"
+  [ -z "$(agents_running "$2 (deleted)")" ] || fail "an agent still runs the replaced file"
+  [ "$(stat -L -c %d:%i "/proc/$running/exe")" = "$(stat -c %d:%i "$2")" ] ||
+    fail "the agent does not run the file the upgrade installed"
+  agent_pid=$running
+}
 
 # A package upgrade renames a new executable over the running one, inside the
 # bundle folder that stays: the old agent hands over to the new file, and one
@@ -288,16 +304,7 @@ case_upgraded_executable_takes_over() {
   cp "$exe" "$exe.dpkg-new"
   touch "$bundle/Contents/Info.plist"  # the rest of the package lands too
   mv "$exe.dpkg-new" "$exe"
-  wait_for 15 gone "$old" || fail "the old agent runs on after the upgrade"
-  local status=0
-  wait "$old" || status=$?
-  [ $status -eq 0 ] || fail "the old agent ended with status $status"
-  wait_for 15 new_agent_listens "$exe" || fail "no agent listens on the new file after the upgrade"
-  local running
-  running=$(agents_running "$exe")
-  [ "$(printf '%s\n' $running | grep -c .)" -eq 1 ] || fail "not one agent on the new file: ${running:-none}"
-  [ -z "$(agents_running "$exe (deleted)")" ] || fail "an agent still runs the replaced file"
-  agent_pid=$running
+  expect_handed_over "$old" "$exe"
   step "the new executable took over"
 
   main_app --exclude "/Applications/Quiet App.app" || fail "the new agent did not take the command"
@@ -1026,17 +1033,7 @@ case_package_upgrade_hands_over() {
   local old=$agent_pid
   dpkg --root="$installed" --force-depends -i "$upgrade" >"$out/dpkg.log" 2>&1 || fail "dpkg could not upgrade"
   step "upgraded to $(dpkg-query --admindir="$installed/var/lib/dpkg" -W -f '${Version}' sweepwell-helper)"
-  wait_for 15 gone "$old" || fail "the old agent runs on after the upgrade"
-  local status=0
-  wait "$old" || status=$?
-  [ $status -eq 0 ] || fail "the old agent ended with status $status"
-  wait_for 15 new_agent_listens "$exe" || fail "no agent listens on the upgraded file"
-  local running
-  running=$(agents_running "$exe")
-  [ "$(printf '%s\n' $running | grep -c .)" -eq 1 ] || fail "not one agent on the upgraded file: $running"
-  [ "$(stat -L -c %d:%i "/proc/$running/exe")" = "$(stat -c %d:%i "$exe")" ] ||
-    fail "the agent does not run the file the upgrade installed"
-  agent_pid=$running
+  expect_handed_over "$old" "$exe"
   "$installed/usr/lib/sweepwell/Sweepwell.app/Contents/MacOS/Sweepwell" --clear ||
     fail "the upgraded agent did not take a command"
   step "one agent, on the upgraded file, takes commands"
