@@ -114,12 +114,24 @@ void appendEscape(std::string& out, std::string_view text, std::size_t& index) {
         return;
     }
     switch (text[index + 1]) {
-        case 's': out += ' '; break;
-        case 'n': out += '\n'; break;
-        case 't': out += '\t'; break;
-        case 'r': out += '\r'; break;
-        case '\\': out += '\\'; break;
-        default: out.append(text.substr(index, 2)); break;
+        case 's':
+            out += ' ';
+            break;
+        case 'n':
+            out += '\n';
+            break;
+        case 't':
+            out += '\t';
+            break;
+        case 'r':
+            out += '\r';
+            break;
+        case '\\':
+            out += '\\';
+            break;
+        default:
+            out.append(text.substr(index, 2));
+            break;
     }
     index += 2;
 }
@@ -213,7 +225,8 @@ std::optional<DesktopEntry> DesktopEntry::parse(std::string_view text) {
 }
 
 std::optional<DesktopEntry> DesktopEntry::read(const std::string& path) {
-    const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    const UniqueFd fd(
+        ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     struct stat status {};
     if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size < 0 ||
         static_cast<std::uint64_t>(status.st_size) > kMaxFileSize) {
@@ -228,7 +241,7 @@ std::optional<std::string_view> DesktopEntry::rawValue(std::string_view key,
                                                        std::string_view localeName) const {
     std::vector<std::string> candidates;
     const auto locale = parseLocale(localeName);
-    if (locale && locale->language != "C" && locale->language != "POSIX") {
+    if (locale) {
         const auto& language = locale->language;
         const auto& country = locale->country;
         const auto& modifier = locale->modifier;
@@ -247,7 +260,8 @@ std::optional<std::string_view> DesktopEntry::rawValue(std::string_view key,
     return std::nullopt;
 }
 
-std::optional<std::string> DesktopEntry::value(std::string_view key, std::string_view locale) const {
+std::optional<std::string> DesktopEntry::value(std::string_view key,
+                                               std::string_view locale) const {
     const auto raw = rawValue(key, locale);
     if (!raw) return std::nullopt;
     return unescaped(*raw);

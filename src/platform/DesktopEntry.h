@@ -30,7 +30,7 @@ public:
     // POSIX locale `locale` (lang_COUNTRY.ENCODING@MODIFIER, any part but lang
     // optional): Key[lang_COUNTRY@MODIFIER], Key[lang_COUNTRY],
     // Key[lang@MODIFIER], Key[lang], then Key, the encoding ignored on both
-    // sides. An empty locale (or "C", "POSIX") asks for the plain Key.
+    // sides. An empty or malformed locale asks for the plain Key.
     std::optional<std::string> value(std::string_view key, std::string_view locale = {}) const;
     // A ";"-separated list ("\;" is a semicolon inside an item); a final ";"
     // ends the last item rather than starting an empty one.

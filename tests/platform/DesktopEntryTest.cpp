@@ -1,10 +1,9 @@
-#include "platform/DesktopEntry.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <sstream>
 
+#include "platform/DesktopEntry.h"
 #include "support/DataTable.h"
 #include "support/TempDir.h"
 
@@ -23,9 +22,9 @@ TEST(DesktopEntry, ReadsValuesFromTheMainGroupOnly) {
 }
 
 TEST(DesktopEntry, RefusesWhatIsNoDesktopEntry) {
-    for (const char* text : {"", "Name=Foo\n", "[desktop entry]\nName=Foo\n",
-                             "[Desktop Entry] x\nName=Foo\n", "[Desktop Action new]\nName=Foo\n",
-                             "# [Desktop Entry]\nName=Foo\n"}) {
+    for (const char* text :
+         {"", "Name=Foo\n", "[desktop entry]\nName=Foo\n", "[Desktop Entry] x\nName=Foo\n",
+          "[Desktop Action new]\nName=Foo\n", "# [Desktop Entry]\nName=Foo\n"}) {
         SCOPED_TRACE(text);
         EXPECT_FALSE(DesktopEntry::parse(text));
     }
