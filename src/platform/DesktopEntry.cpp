@@ -30,6 +30,7 @@ bool isAsciiAlnum(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
+// Non-empty, and only ASCII letters, digits and the characters of `extra`.
 bool isAllOf(std::string_view text, std::string_view extra) {
     if (text.empty()) return false;
     for (const char c : text) {

@@ -23,7 +23,8 @@ public:
     // nullopt for a text over kMaxFileSize or without a "[Desktop Entry]" group.
     static std::optional<DesktopEntry> parse(std::string_view text);
     // Reads a regular file of at most kMaxFileSize bytes, never through a
-    // link; nullopt when it is anything else or cannot be read.
+    // link; nullopt when it is anything else or cannot be read. Whether its
+    // owner may name programs for the user is the caller's question.
     static std::optional<DesktopEntry> read(const std::string& path);
 
     // The value of `key` with its escapes (\s \n \t \r \\) undone, in the
