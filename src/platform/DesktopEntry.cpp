@@ -1,8 +1,5 @@
 #include "platform/DesktopEntry.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdint>
 
@@ -226,14 +223,7 @@ std::optional<DesktopEntry> DesktopEntry::parse(std::string_view text) {
 }
 
 std::optional<DesktopEntry> DesktopEntry::read(const std::string& path) {
-    const UniqueFd fd(
-        ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    struct stat status {};
-    if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size < 0 ||
-        static_cast<std::uint64_t>(status.st_size) > kMaxFileSize) {
-        return std::nullopt;
-    }
-    const auto text = readToEnd(fd.get(), kMaxFileSize, static_cast<std::size_t>(status.st_size));
+    const auto text = readWholeFile(path, kMaxFileSize, Links::Refuse);
     if (!text) return std::nullopt;
     return parse(*text);
 }

@@ -25,8 +25,11 @@ bool UniqueFd::close() noexcept {
     return old < 0 || ::close(old) == 0;
 }
 
-std::optional<std::string> readWholeFile(const std::string& path, std::size_t limit) {
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+std::optional<std::string> readWholeFile(const std::string& path, std::size_t limit,
+                                         Links links) {
+    const int noFollow = links == Links::Refuse ? O_NOFOLLOW : 0;
+    const UniqueFd file(
+        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | noFollow));
     if (!file) return std::nullopt;
     struct stat info {};
     if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size < 0 ||

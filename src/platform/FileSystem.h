@@ -52,9 +52,12 @@ struct DirectoryStreamCloser {
 using DirectoryStream = std::unique_ptr<DIR, DirectoryStreamCloser>;
 
 // The whole content of a regular file of at most `limit` bytes; nullopt when
-// it cannot be opened, is no regular file, or is larger. Opened without
-// blocking, so a FIFO put in the file's place cannot hang the reader.
-std::optional<std::string> readWholeFile(const std::string& path, std::size_t limit);
+// it cannot be opened, is no regular file, or is larger (or, with
+// Links::Refuse, is a link). Opened without blocking, so a FIFO put in the
+// file's place cannot hang the reader.
+enum class Links { Follow, Refuse };
+std::optional<std::string> readWholeFile(const std::string& path, std::size_t limit,
+                                         Links links = Links::Follow);
 
 // What is left to read of the open file, up to its end; nullopt on a read
 // error or once more than `limit` bytes came. `expected` sizes the buffer.
