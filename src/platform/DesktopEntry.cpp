@@ -1,6 +1,5 @@
 #include "platform/DesktopEntry.h"
 
-
 #include <cstdint>
 
 #include "platform/FileSystem.h"
