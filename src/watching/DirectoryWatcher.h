@@ -4,10 +4,13 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "dispatch/Queue.h"
 #include "dispatch/TimerHandle.h"
 #include "watching/FileEventQueue.h"
 #include "watching/FileItem.h"
+#include "watching/FolderAppSearch.h"
 
 class DirectoryWatcherDelegate {
 public:
@@ -20,7 +23,8 @@ public:
 // quiet for two seconds, and reports every application bundle among what was
 // added, also inside added folders at any depth. Entries present at the start
 // and entries that vanish are never reported; repeated reports of one bundle
-// are not filtered here. Main-thread only.
+// are not filtered here. Main-thread only; the searches of added folders
+// run on a queue of their own and report back on the main queue.
 class DirectoryWatcher final : public FileItemListener,
                                public FileEventQueueDelegate,
                                public std::enable_shared_from_this<DirectoryWatcher> {
@@ -44,6 +48,8 @@ public:
                                                     EventQueueFactory makeEventQueue);
     DirectoryWatcher(Private, std::string path, FileItem::Reader reader,
                      EventQueueFactory makeEventQueue);
+    // Abandons the searches still running: they report nothing more.
+    ~DirectoryWatcher() override;
 
     // Watches the folder through a new event queue; false when none could be
     // made, and then only contentsChanged() makes the folder be read again.
@@ -84,9 +90,18 @@ public:
     // in another bundle; answers whether it did.
     bool notifyIsFileItemIsApp(const std::shared_ptr<FileItem>& item);
     void notifyDelegateThatAddedAppWithPath(const std::string& path);
-    // Searches the folder breadth-first and reports every application in it,
-    // without looking inside the applications themselves.
+    // Starts a search of the folder (FolderAppSearch) on the search queue; each
+    // application it finds is reported from the main queue. The watcher's
+    // reader is read from that queue's thread.
     void checkFolderForAppsWithPath(const std::string& path);
+
+    // Where the searches run: one shared background queue unless told.
+    void setSearchQueue(std::shared_ptr<dispatch::Queue> queue) {
+        m_pSearchQueue = std::move(queue);
+    }
+    void setSearchLimits(FolderAppSearch::Limits limits) { m_searchLimits = std::move(limits); }
+    // Searches started and not yet finished.
+    std::size_t numberOfRunningSearches() const { return m_arrSearches.size(); }
 
 private:
     std::string m_sPath;
@@ -98,4 +113,7 @@ private:
     std::function<std::string(const std::string& path)> m_fnNameOf;
     bool m_bIsWatching = false;
     dispatch::TimerHandle m_updateRequest;
+    std::shared_ptr<dispatch::Queue> m_pSearchQueue;
+    FolderAppSearch::Limits m_searchLimits;
+    std::vector<std::shared_ptr<FolderAppSearch>> m_arrSearches;
 };

@@ -8,8 +8,10 @@
 #include <string>
 #include <thread>
 
+#include "dispatch/ManualMainQueue.h"
 #include "dispatch/RunLoopMainQueue.h"
 #include "support/TempDir.h"
+#include "watching/DirectoryWatcher.h"
 #include "watching/FileEventQueue.h"
 
 namespace watchingtest {
@@ -22,6 +24,19 @@ inline bool watcherThreadsEnded(std::chrono::milliseconds timeout = testsupport:
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
+}
+
+// Runs the virtual-time queue until the watcher's folder searches, which run
+// on another thread, have reported back; false if they never do. The clock
+// does not move meanwhile.
+inline bool searchesEnded(dispatch::ManualMainQueue& queue, const DirectoryWatcher& watcher) {
+    const auto deadline = std::chrono::steady_clock::now() + testsupport::kPatience;
+    for (;;) {
+        queue.runUntilIdle();
+        if (watcher.numberOfRunningSearches() == 0) return true;
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 // The real-time main queue of a test that uses the kernel. Declared before
