@@ -158,18 +158,23 @@ void BM_TrashedArchive(benchmark::State& state) {
             std::rename(moved.c_str(), archive.staging().c_str());
             if (!done) {
                 state.SkipWithError("the application was not announced within 60 s");
+                watcher.reset();
+                loop->runUntil([] { return FileEventQueue::numberOfRunningWatcherThreads() == 0; },
+                               std::chrono::seconds(60));
                 break;
             }
             longestGapMs =
                 std::max(longestGapMs, std::chrono::duration<double, std::milli>(*longest).count());
             peakGrowthMiB = std::max(peakGrowthMiB, (peak - before) / 1024.0);
             announcedS = std::max(announcedS, announced);
+            // The rescan the move back asked for holds the watcher until it
+            // has run; its thread ends after that.
             watcher.reset();
-            loop->runUntil([] { return false; }, std::chrono::milliseconds(50));
-        }
-        // Let the watcher thread finish before its main queue goes away.
-        while (FileEventQueue::numberOfRunningWatcherThreads() != 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            if (!loop->runUntil([] { return FileEventQueue::numberOfRunningWatcherThreads() == 0; },
+                                std::chrono::seconds(60))) {
+                state.SkipWithError("the watcher's thread did not end");
+                break;
+            }
         }
     }
     state.counters["files"] = archive.files();
