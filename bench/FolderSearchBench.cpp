@@ -153,28 +153,25 @@ void BM_TrashedArchive(benchmark::State& state) {
                 std::max(searchedS, std::chrono::duration<double>(Clock::now() - start).count());
             // A main thread held until now shows in the next tick.
             loop->runUntil([] { return false; }, std::chrono::milliseconds(50));
-            *ticking = false;
+            const auto gap = *longest;
             const long peak = statusKib("VmHWM");
             std::rename(moved.c_str(), archive.staging().c_str());
-            if (!done) {
-                state.SkipWithError("the application was not announced within 60 s");
-                watcher.reset();
+            // The rescan the move back asks for holds the watcher until it has
+            // run; its thread ends after that. The ticks keep the loop checking.
+            watcher.reset();
+            const bool ended =
                 loop->runUntil([] { return FileEventQueue::numberOfRunningWatcherThreads() == 0; },
                                std::chrono::seconds(60));
+            *ticking = false;
+            if (!done || !ended) {
+                state.SkipWithError(!done ? "the application was not announced within 60 s"
+                                          : "the watcher's thread did not end");
                 break;
             }
             longestGapMs =
-                std::max(longestGapMs, std::chrono::duration<double, std::milli>(*longest).count());
+                std::max(longestGapMs, std::chrono::duration<double, std::milli>(gap).count());
             peakGrowthMiB = std::max(peakGrowthMiB, (peak - before) / 1024.0);
             announcedS = std::max(announcedS, announced);
-            // The rescan the move back asked for holds the watcher until it
-            // has run; its thread ends after that.
-            watcher.reset();
-            if (!loop->runUntil([] { return FileEventQueue::numberOfRunningWatcherThreads() == 0; },
-                                std::chrono::seconds(60))) {
-                state.SkipWithError("the watcher's thread did not end");
-                break;
-            }
         }
     }
     state.counters["files"] = archive.files();
