@@ -21,10 +21,11 @@ public:
 
 // Watches one folder: keeps a tree of it, re-reads it once changes have been
 // quiet for two seconds, and reports every application bundle among what was
-// added, also inside added folders at any depth. Entries present at the start
-// and entries that vanish are never reported; repeated reports of one bundle
-// are not filtered here. Main-thread only; the searches of added folders
-// run on a queue of their own and report back on the main queue.
+// added, also inside added folders at any depth (within the budget of a
+// FolderAppSearch). Entries present at the start and entries that vanish are
+// never reported; repeated reports of one bundle are not filtered here.
+// Main-thread only; the searches of added folders run on a queue of their
+// own and report back on the main queue.
 class DirectoryWatcher final : public FileItemListener,
                                public FileEventQueueDelegate,
                                public std::enable_shared_from_this<DirectoryWatcher> {
