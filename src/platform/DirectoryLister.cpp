@@ -8,8 +8,31 @@
 
 namespace platform {
 
+namespace {
+
+DirectoryLister::EntryType typeOf(const dirent& entry) {
+    switch (entry.d_type) {
+        case DT_UNKNOWN:
+            return DirectoryLister::EntryType::Unknown;
+        case DT_DIR:
+            return DirectoryLister::EntryType::Folder;
+        case DT_LNK:
+            return DirectoryLister::EntryType::SymbolicLink;
+        default:
+            return DirectoryLister::EntryType::Other;
+    }
+}
+
+}  // namespace
+
 DirectoryLister::Status DirectoryLister::forEachEntry(
     const std::string& path, const std::function<bool(std::string_view name)>& visit) {
+    return forEachTypedEntry(path, [&](std::string_view name, EntryType) { return visit(name); });
+}
+
+DirectoryLister::Status DirectoryLister::forEachTypedEntry(
+    const std::string& path,
+    const std::function<bool(std::string_view name, EntryType type)>& visit) {
     if (path.empty()) return Status::Failed;
     const DirectoryStream folder(::opendir(path.c_str()));
     if (!folder) return Status::Failed;
@@ -21,7 +44,7 @@ DirectoryLister::Status DirectoryLister::forEachEntry(
         if (entry == nullptr) return errno == 0 ? Status::Complete : Status::Failed;
         const std::string_view name = entry->d_name;
         if (name == "." || name == "..") continue;
-        if (!visit(name)) return Status::Stopped;
+        if (!visit(name, typeOf(*entry))) return Status::Stopped;
     }
 }
 

@@ -18,6 +18,10 @@ public:
         Failed,    // the folder could not be opened, or reading it failed part-way
     };
 
+    // What the folder's own record says an entry is, without looking at the
+    // entry: Unknown where the file system does not say.
+    enum class EntryType { Unknown, Folder, SymbolicLink, Other };
+
     struct Listing {
         Status status = Status::Failed;
         // In the order the file system gives them, hidden ones included,
@@ -30,6 +34,11 @@ public:
     // `visit` answers false to stop.
     static Status forEachEntry(const std::string& path,
                                const std::function<bool(std::string_view name)>& visit);
+    // The same, with each entry's type as the listing gives it: a walk learns
+    // which entries are plain files without asking about each one.
+    static Status forEachTypedEntry(
+        const std::string& path,
+        const std::function<bool(std::string_view name, EntryType type)>& visit);
     static Listing contentsOfDirectoryAtPath(const std::string& path);
 };
 

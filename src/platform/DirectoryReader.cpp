@@ -32,6 +32,11 @@ public:
         entry.isPackage = entry.isFolder && isFilePackageAtPath(path);
         return entry;
     }
+
+    DirectoryLister::Status forEachEntry(const std::string& path,
+                                         const Visitor& visit) const override {
+        return DirectoryLister::forEachTypedEntry(path, visit);
+    }
 };
 
 class CheckedFolderReader final : public DirectoryReader {
@@ -59,6 +64,15 @@ private:
 };
 
 }  // namespace
+
+DirectoryLister::Status DirectoryReader::forEachEntry(const std::string& path,
+                                                      const Visitor& visit) const {
+    const auto listing = list(path);
+    for (const std::string& name : listing.names) {
+        if (!visit(name, EntryType::Unknown)) return DirectoryLister::Status::Stopped;
+    }
+    return listing.status;
+}
 
 const std::shared_ptr<const DirectoryReader>& DirectoryReader::disk() {
     static const std::shared_ptr<const DirectoryReader> reader = std::make_shared<DiskReader>();

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/DirectoryLister.h"
 #include "platform/CheckedFolder.h"
@@ -33,6 +35,16 @@ public:
     virtual DirectoryLister::Listing list(const std::string& path) const = 0;
     // nullopt when nothing is there, not even a dangling link.
     virtual std::optional<Entry> entryAt(const std::string& path) const = 0;
+
+    using EntryType = DirectoryLister::EntryType;
+    using Visitor = std::function<bool(std::string_view name, EntryType type)>;
+    // Calls `visit` with each name of the folder the path leads to and its type
+    // as far as the listing tells it (Unknown: ask entryAt); `visit` answers
+    // false to stop. A walk of a large tree uses it to see each entry once
+    // without holding a whole folder's names. Unless a reader does better,
+    // it is list() with every type Unknown.
+    virtual DirectoryLister::Status forEachEntry(const std::string& path,
+                                                 const Visitor& visit) const;
 
     // The real disk.
     static const std::shared_ptr<const DirectoryReader>& disk();

@@ -1,9 +1,11 @@
 #include "watching/DirectoryWatcher.h"
 
 #include <algorithm>
+#include <map>
 #include <vector>
 
 #include "dispatch/MainQueue.h"
+#include "dispatch/SerialQueue.h"
 #include "environment/ApplicationDirectoryUtils.h"
 #include "platform/PathUtils.h"
 
@@ -28,6 +30,10 @@ DirectoryWatcher::DirectoryWatcher(Private, std::string path, FileItem::Reader r
     : m_sPath(std::move(path)),
       m_pReader(std::move(reader)),
       m_fnMakeEventQueue(std::move(makeEventQueue)) {}
+
+DirectoryWatcher::~DirectoryWatcher() {
+    for (const auto& search : m_arrSearches) search->abandon();
+}
 
 bool DirectoryWatcher::startWatching() {
     m_pFileEventQueue = m_fnMakeEventQueue ? m_fnMakeEventQueue() : nullptr;
@@ -129,18 +135,43 @@ void DirectoryWatcher::notifyDelegateThatAddedAppWithPath(const std::string& pat
 }
 
 void DirectoryWatcher::checkFolderForAppsWithPath(const std::string& path) {
-    const auto folder = FileItem::createTreeForPath(path, FileItem::kUnlimitedDeep, m_pReader);
-    if (!folder) return;
-    std::vector<std::shared_ptr<FileItem>> level{folder};
-    while (!level.empty()) {
-        std::vector<std::shared_ptr<FileItem>> next;
-        for (const auto& node : level) {
-            const FileItem::Children* children = node->getChildren();
-            if (!children) continue;
-            for (const auto& [name, child] : *children) {
-                if (child->isDir() && !notifyIsFileItemIsApp(child)) next.push_back(child);
-            }
+    FolderAppSearch::NameOf nameOf;
+    // The items of the watched folder itself may be judged by other names
+    // than they are stored under. Those names are read here, where the
+    // name function may be called, and the search gets a copy.
+    const FileItem::Children* items = m_pPathTree ? m_pPathTree->getChildren() : nullptr;
+    if (path == m_sPath && m_fnNameOf && items) {
+        std::map<std::string, std::string> names;
+        for (const auto& [name, item] : *items) {
+            if (!item->isDir()) continue;
+            const std::string itemPath = item->buildFullPath();
+            names.emplace(itemPath, m_fnNameOf(itemPath));
         }
-        level = std::move(next);
+        nameOf = [names = std::move(names)](const std::string& at) {
+            const auto found = names.find(at);
+            return found != names.end() ? found->second
+                                        : platform::PathUtils::lastPathComponent(at);
+        };
     }
+    if (!m_pSearchQueue) {
+        // One search at a time is plenty, and spares the other core. Never
+        // destroyed: a search still running at exit must not be waited for.
+        static const auto* shared = new std::shared_ptr<dispatch::SerialQueue>(
+            std::make_shared<dispatch::SerialQueue>("Folder search"));
+        m_pSearchQueue = *shared;
+    }
+    auto search =
+        std::make_shared<FolderAppSearch>(path, m_pReader, m_searchLimits, std::move(nameOf));
+    m_arrSearches.push_back(search);
+    // The search holds the watcher weakly: a watcher that goes away abandons it.
+    m_pSearchQueue->async([search, weak = weak_from_this()] {
+        search->run([&](const std::string& app) {
+            search->postToMain([weak, app] {
+                if (auto self = weak.lock()) self->notifyDelegateThatAddedAppWithPath(app);
+            });
+        });
+        search->postToMain([weak, search] {
+            if (auto self = weak.lock()) std::erase(self->m_arrSearches, search);
+        });
+    });
 }

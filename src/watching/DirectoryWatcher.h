@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "dispatch/Queue.h"
 #include "dispatch/TimerHandle.h"
 #include "watching/FileEventQueue.h"
 #include "watching/FileItem.h"
+#include "watching/FolderAppSearch.h"
 
 class DirectoryWatcherDelegate {
 public:
@@ -22,9 +24,11 @@ public:
 
 // Watches one folder: keeps a tree of it, re-reads it once changes have been
 // quiet for two seconds, and reports every application bundle among what was
-// added, also inside added folders at any depth. Entries present at the start
-// and entries that vanish are never reported; repeated reports of one bundle
-// are not filtered here. Main-thread only.
+// added, also inside added folders at any depth (within the budget of a
+// FolderAppSearch). Entries present at the start and entries that vanish are
+// never reported; repeated reports of one bundle are not filtered here.
+// Main-thread only; the searches of added folders run on a queue of their
+// own and report back on the main queue.
 class DirectoryWatcher final : public FileItemListener,
                                public FileEventQueueDelegate,
                                public std::enable_shared_from_this<DirectoryWatcher> {
@@ -48,6 +52,8 @@ public:
                                                     EventQueueFactory makeEventQueue);
     DirectoryWatcher(Private, std::string path, FileItem::Reader reader,
                      EventQueueFactory makeEventQueue);
+    // Abandons the searches still running: they report nothing more.
+    ~DirectoryWatcher() override;
 
     // Watches the folder through a new event queue; false when none could be
     // made, and then only contentsChanged() makes the folder be read again.
@@ -91,9 +97,18 @@ public:
     // in another bundle; answers whether it did.
     bool notifyIsFileItemIsApp(const std::shared_ptr<FileItem>& item);
     void notifyDelegateThatAddedAppWithPath(const std::string& path);
-    // Searches the folder breadth-first and reports every application in it,
-    // without looking inside the applications themselves.
+    // Starts a search of the folder (FolderAppSearch) on the search queue; each
+    // application it finds is reported from the main queue. The watcher's
+    // reader is read from that queue's thread.
     void checkFolderForAppsWithPath(const std::string& path);
+
+    // Where the searches run: one shared background queue unless told.
+    void setSearchQueue(std::shared_ptr<dispatch::Queue> queue) {
+        m_pSearchQueue = std::move(queue);
+    }
+    void setSearchLimits(FolderAppSearch::Limits limits) { m_searchLimits = std::move(limits); }
+    // Searches started and not yet finished.
+    std::size_t numberOfRunningSearches() const { return m_arrSearches.size(); }
 
 private:
     std::string m_sPath;
@@ -106,4 +121,7 @@ private:
     bool m_bIsWatching = false;
     std::vector<std::string> m_arrGoneWith;
     dispatch::TimerHandle m_updateRequest;
+    std::shared_ptr<dispatch::Queue> m_pSearchQueue;
+    FolderAppSearch::Limits m_searchLimits;
+    std::vector<std::shared_ptr<FolderAppSearch>> m_arrSearches;
 };

@@ -159,6 +159,21 @@ case_app_inside_a_trashed_folder() {
   expect_listed "$HOME/.Trash/Tools/Inner Tool.app" "$HOME/Library/Caches/com.example.InnerTool"
 }
 
+# Deeper than the Trash's re-read looks: found by the search of the folder,
+# which the agent runs beside its main thread.
+case_app_deep_inside_a_trashed_folder() {
+  start_session
+  mkdir -p "$HOME/Downloads/Archive/usr/lib/share"
+  for i in $(seq 1 300); do : >"$HOME/Downloads/Archive/usr/lib/file-$i"; done
+  make_app "$HOME/Downloads/Archive/usr/lib/share" "Deep Tool" com.example.DeepTool
+  blob "$HOME/Library/Caches/com.example.DeepTool/Cache.db" 200
+  mv "$HOME/Downloads/Archive" "$HOME/.Trash/"
+  expect_window "for an application deep inside a trashed folder"
+  accept
+  expect_listed "$HOME/.Trash/Archive/usr/lib/share/Deep Tool.app" \
+    "$HOME/Library/Caches/com.example.DeepTool"
+}
+
 case_copy_still_installed_stays_silent() {
   start_session
   make_app "$HOME/Applications" "Kept App" com.example.KeptApp

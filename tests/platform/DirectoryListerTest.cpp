@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 
 #include "platform/DirectoryLister.h"
@@ -51,6 +52,41 @@ TEST(DirectoryLister, SaysWhetherItSawEveryEntry) {
                                             [&](std::string_view) { return ++visited < 2; }),
               Status::Stopped);
     EXPECT_EQ(visited, 2);
+}
+
+// A walk takes the listing's word for what each entry is; a reader that
+// only lists says it does not know.
+TEST(DirectoryLister, TellsEachEntrysTypeWhereTheListingKnowsIt) {
+    using Type = DirectoryLister::EntryType;
+    testsupport::TempDir dir;
+    dir.writeFile("folder/file");
+    dir.makeDir("folder/sub");
+    dir.makeSymlink("folder/link", dir / "folder/sub");
+    struct OnlyLists final : platform::DirectoryReader {
+        DirectoryLister::Listing list(const std::string& path) const override {
+            return disk()->list(path);
+        }
+        std::optional<Entry> entryAt(const std::string&) const override { return std::nullopt; }
+    };
+    const OnlyLists onlyLists;
+    struct Case {
+        const platform::DirectoryReader& reader;
+        std::map<std::string, Type> types;
+    };
+    for (const Case& c :
+         {Case{*platform::DirectoryReader::disk(),
+               {{"file", Type::Other}, {"sub", Type::Folder}, {"link", Type::SymbolicLink}}},
+          Case{onlyLists,
+               {{"file", Type::Unknown}, {"sub", Type::Unknown}, {"link", Type::Unknown}}}}) {
+        std::map<std::string, Type> seen;
+        EXPECT_EQ(c.reader.forEachEntry(dir / "folder",
+                                        [&](std::string_view name, Type type) {
+                                            seen.emplace(name, type);
+                                            return true;
+                                        }),
+                  Status::Complete);
+        EXPECT_EQ(seen, c.types);
+    }
 }
 
 }  // namespace

@@ -94,7 +94,9 @@ TEST_F(TrashInVirtualTime, DroppedFolderIsReportedAtTheRescanAndByItsSearches) {
     changed();
     queue->advance(2s);
     EXPECT_EQ(reports->got, (Reported{{"Apps/A.app", 2s}}));
-    queue->advance(10s);
+    queue->advance(2s);  // both searches start
+    ASSERT_TRUE(watchingtest::searchesEnded(*queue, *watcher->getTrashWatcher()));
+    queue->advance(8s);
     EXPECT_EQ(reports->got, (Reported{
                                 {"Apps/A.app", 2s},
                                 {"Apps/A.app", 4s},

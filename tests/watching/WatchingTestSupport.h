@@ -8,9 +8,11 @@
 #include <string>
 #include <thread>
 
+#include "dispatch/ManualMainQueue.h"
 #include "dispatch/RunLoopMainQueue.h"
-#include "support/TempDir.h"
 #include "platform/FileWatcher.h"
+#include "support/TempDir.h"
+#include "watching/DirectoryWatcher.h"
 #include "watching/FileEventQueue.h"
 
 namespace watchingtest {
@@ -19,6 +21,19 @@ namespace watchingtest {
 // a main queue any more.
 inline bool noWatchLeft() {
     return platform::FileWatcher::shared().numberOfWatches() == 0;
+}
+
+// Runs the virtual-time queue until the watcher's folder searches, which run
+// on another thread, have reported back; false if they never do. The clock
+// does not move meanwhile.
+inline bool searchesEnded(dispatch::ManualMainQueue& queue, const DirectoryWatcher& watcher) {
+    const auto deadline = std::chrono::steady_clock::now() + testsupport::kPatience;
+    for (;;) {
+        queue.runUntilIdle();
+        if (watcher.numberOfRunningSearches() == 0) return true;
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 // The real-time main queue of a test that uses the kernel. Declared before

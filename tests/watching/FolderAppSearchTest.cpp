@@ -1,0 +1,291 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "dispatch/ManualMainQueue.h"
+#include "platform/Log.h"
+#include "platform/PathUtils.h"
+#include "support/SampleBundle.h"
+#include "watching/DirectoryWatcher.h"
+#include "watching/FolderAppSearch.h"
+#include "watching/WatchingTestSupport.h"
+
+using namespace std::chrono_literals;
+using testsupport::TempDir;
+
+namespace {
+
+// The disk, read through list() alone (every type Unknown, as a reader that
+// does not know better answers), recording the thread of every read.
+class RecordingReader final : public platform::DirectoryReader {
+public:
+    platform::DirectoryLister::Listing list(const std::string& path) const override {
+        record(path);
+        return disk()->list(path);
+    }
+    std::optional<Entry> entryAt(const std::string& path) const override {
+        record(path);
+        return disk()->entryAt(path);
+    }
+    // The threads that read a path inside the folder.
+    std::set<std::thread::id> threadsReading(const std::string& folder) const {
+        std::lock_guard guard(m_lock);
+        std::set<std::thread::id> threads;
+        for (const auto& [path, thread] : m_arrReads) {
+            if (path == folder || path.starts_with(folder + "/")) threads.insert(thread);
+        }
+        return threads;
+    }
+
+private:
+    void record(const std::string& path) const {
+        std::lock_guard guard(m_lock);
+        m_arrReads.emplace_back(path, std::this_thread::get_id());
+    }
+    mutable std::mutex m_lock;
+    mutable std::vector<std::pair<std::string, std::thread::id>> m_arrReads;
+};
+
+// The warnings logged while it lives.
+struct Warnings {
+    std::vector<std::string> lines;
+    platform::Log::Sink previous = platform::Log::setSink(
+        [this](platform::Log::Level level, std::string_view, std::string_view message) {
+            if (level == platform::Log::Level::Warning) lines.emplace_back(message);
+        });
+    ~Warnings() { platform::Log::setSink(std::move(previous)); }
+};
+
+std::vector<std::string> searchAll(FolderAppSearch& search, const std::string& folder,
+                                   FolderAppSearch::End* end = nullptr) {
+    std::vector<std::string> found;
+    const auto how = search.run(
+        [&](const std::string& path) { found.push_back(path.substr(folder.size() + 1)); });
+    if (end) *end = how;
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+enum class Make { Bundle, Folder, File, InfoPlist, LinkToOutside };
+
+// Reported: only stand-alone applications, wherever they lie, found without
+// looking into a bundle or a package or following a link.
+TEST(FolderAppSearch, FindsApplicationsAtAnyDepthOnlyOutsidePackagesAndLinks) {
+    struct Entry {
+        const char* path;
+        Make make;
+        bool reported;
+    };
+    const std::vector<Entry> tree = {
+        {"Top.app", Make::Bundle, true},
+        {"a/b/c/d/e/f/Deep.app", Make::Bundle, true},
+        {"a/b/Upper.APP", Make::Bundle, true},
+        {"a/b/Empty.app", Make::Folder, true},  // judged by name, as the tree judges it
+        {"Top.app/Contents/Helpers/Inner.app", Make::Bundle, false},
+        {"Kit.framework/Versions/A/Tool.app", Make::Bundle, false},
+        {"Plain/Contents/Info.plist", Make::InfoPlist, false},  // a package by its content
+        {"Plain/Hidden.app", Make::Bundle, false},
+        {"Away", Make::LinkToOutside, false},  // leads to a folder holding Far.app
+        {"Linked.app", Make::LinkToOutside, false},
+        {"Notes.app.zip", Make::File, false},
+        {"File.app", Make::File, false},
+    };
+    dispatch::ScopedMainQueue scoped{std::make_shared<dispatch::ManualMainQueue>()};
+    TempDir dir;
+    testsupport::makeBundle(dir, "Outside/Far.app");
+    std::vector<std::string> expected;
+    for (const auto& entry : tree) {
+        const std::string at = std::string("Dropped/") + entry.path;
+        switch (entry.make) {
+            case Make::Bundle:
+                testsupport::makeBundle(dir, at);
+                break;
+            case Make::Folder:
+                dir.makeDir(at);
+                break;
+            case Make::File:
+                dir.writeFile(at);
+                break;
+            case Make::InfoPlist:
+                dir.writeFile(at, "<plist><dict/></plist>");
+                break;
+            case Make::LinkToOutside:
+                dir.makeSymlink(at, dir / "Outside");
+                break;
+        }
+        if (entry.reported) expected.emplace_back(entry.path);
+    }
+    std::sort(expected.begin(), expected.end());
+
+    const std::vector<std::pair<const char*, std::shared_ptr<const platform::DirectoryReader>>>
+        readers = {{"the disk, types from the listing", platform::DirectoryReader::disk()},
+                   {"a reader that only lists", std::make_shared<RecordingReader>()}};
+    for (const auto& [what, reader] : readers) {
+        SCOPED_TRACE(what);
+        FolderAppSearch search(dir / "Dropped", reader, {});
+        FolderAppSearch::End end{};
+        EXPECT_EQ(searchAll(search, dir / "Dropped", &end), expected);
+        EXPECT_EQ(end, FolderAppSearch::End::Searched);
+    }
+    // The searched folder itself is not looked into when it is a link.
+    const std::string link = dir.makeSymlink("LinkToDropped", dir / "Dropped");
+    FolderAppSearch throughLink(link, platform::DirectoryReader::disk(), {});
+    EXPECT_TRUE(searchAll(throughLink, link).empty());
+}
+
+// Past either budget the rest of the folder is not searched, and one line
+// says so.
+TEST(FolderAppSearch, StopsAtTheBudgetOfEntriesOrTimeAndSaysSo) {
+    dispatch::ScopedMainQueue scoped{std::make_shared<dispatch::ManualMainQueue>()};
+    TempDir dir;
+    for (int i = 0; i < 40; ++i) dir.writeFile("Dropped/file-" + std::to_string(i));
+    testsupport::makeBundle(dir, "Dropped/Sub/a/b/Late.app");
+    const std::string folder = dir / "Dropped";
+
+    // A clock that moves one second at each reading.
+    const auto stepping = [] {
+        return [now = std::chrono::steady_clock::time_point{}]() mutable { return now += 1s; };
+    };
+    struct Case {
+        const char* what;
+        FolderAppSearch::Limits limits;
+        FolderAppSearch::End end;
+    };
+    const std::vector<Case> cases = {
+        {"generous",
+         {.maxEntries = 1000, .maxDuration = 5s, .clock = stepping()},
+         FolderAppSearch::End::Searched},
+        {"entries",
+         {.maxEntries = 10, .maxDuration = 1h, .clock = {}},
+         FolderAppSearch::End::EntryBudget},
+        // Readings at the start and at each folder: Dropped, Sub, a.
+        {"time",
+         {.maxEntries = 1000, .maxDuration = 3s, .clock = stepping()},
+         FolderAppSearch::End::TimeBudget},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Warnings warnings;
+        FolderAppSearch search(folder, platform::DirectoryReader::disk(), c.limits);
+        FolderAppSearch::End end{};
+        const auto found = searchAll(search, folder, &end);
+        EXPECT_EQ(end, c.end);
+        if (c.end == FolderAppSearch::End::Searched) {
+            EXPECT_EQ(found, std::vector<std::string>{"Sub/a/b/Late.app"});
+            EXPECT_TRUE(warnings.lines.empty());
+            continue;
+        }
+        EXPECT_TRUE(found.empty());
+        ASSERT_EQ(warnings.lines.size(), 1u);
+        EXPECT_TRUE(warnings.lines[0].starts_with(folder + ": ")) << warnings.lines[0];
+        EXPECT_NE(warnings.lines[0].find("the rest is not searched"), std::string::npos);
+        if (c.end == FolderAppSearch::End::EntryBudget) {
+            EXPECT_NE(warnings.lines[0].find(" 10 entries"), std::string::npos);
+        }
+    }
+}
+
+struct Delegate : DirectoryWatcherDelegate {
+    std::vector<std::pair<std::string, std::thread::id>> added;
+    void onAddedAppWithPath(const std::string& path) override {
+        added.emplace_back(path, std::this_thread::get_id());
+    }
+};
+
+// The walk reads through the watcher's reader, never on the main thread, and
+// the applications come back on it. Items of the watched folder itself are
+// judged by the names the watcher gives them.
+TEST(FolderAppSearch, RunsOffTheMainThreadAndReportsOnIt) {
+    auto queue = std::make_shared<dispatch::ManualMainQueue>();
+    dispatch::ScopedMainQueue scoped{queue};
+    TempDir dir;
+    const std::string watched = dir.makeDir("Trash");
+    testsupport::makeBundle(dir, "Trash/Notes.app (1)");
+    testsupport::makeBundle(dir, "Trash/Tools (2)/Kit/Helper.app");
+    testsupport::makeBundle(dir, "Dropped/x/y/z/Deep.app");
+    auto reader = std::make_shared<RecordingReader>();
+    auto delegate = std::make_shared<Delegate>();
+    auto watcher = DirectoryWatcher::create(watched, reader, [] { return nullptr; });
+    watcher->setDelegate(delegate);
+    std::set<std::thread::id> namingThreads;
+    watcher->setNameOfItem([&](const std::string& path) {
+        namingThreads.insert(std::this_thread::get_id());
+        return path == dir / "Trash/Notes.app (1)" ? "Notes.app"
+                                                   : platform::PathUtils::lastPathComponent(path);
+    });
+
+    struct Case {
+        std::string folder;
+        std::string reported;
+    };
+    const std::vector<Case> cases = {
+        {dir / "Dropped", dir / "Dropped/x/y/z/Deep.app"},
+        {watched, dir / "Trash/Notes.app (1)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.folder);
+        delegate->added.clear();
+        watcher->checkFolderForAppsWithPath(c.folder);
+        EXPECT_EQ(watcher->numberOfRunningSearches(), 1u);
+        ASSERT_TRUE(watchingtest::searchesEnded(*queue, *watcher));
+        std::sort(delegate->added.begin(), delegate->added.end());
+        std::vector<std::pair<std::string, std::thread::id>> expected{
+            {c.reported, std::this_thread::get_id()}};
+        if (c.folder == watched) {
+            expected.emplace_back(dir / "Trash/Tools (2)/Kit/Helper.app",
+                                  std::this_thread::get_id());
+        }
+        std::sort(expected.begin(), expected.end());
+        EXPECT_EQ(delegate->added, expected);
+    }
+    EXPECT_EQ(namingThreads, std::set{std::this_thread::get_id()});
+    // Only the search read below the dropped folder; the watcher's own tree
+    // read the watched folder on the main thread before.
+    const auto threads = reader->threadsReading(dir / "Dropped");
+    ASSERT_FALSE(threads.empty());
+    EXPECT_FALSE(threads.count(std::this_thread::get_id()));
+    EXPECT_FALSE(
+        reader->threadsReading(dir / "Trash/Tools (2)/Kit").count(std::this_thread::get_id()));
+}
+
+// A queue that holds its blocks until the test runs them.
+struct HeldQueue : dispatch::Queue {
+    std::vector<dispatch::Block> blocks;
+    void async(dispatch::Block block) override { blocks.push_back(std::move(block)); }
+    bool isCurrent() const override { return false; }
+};
+
+// A watcher that goes away abandons its search: nothing is read or reported.
+TEST(FolderAppSearch, AWatcherThatGoesAwayAbandonsItsSearch) {
+    for (bool keepWatcher : {true, false}) {
+        SCOPED_TRACE(keepWatcher ? "kept" : "gone");
+        auto queue = std::make_shared<dispatch::ManualMainQueue>();
+        dispatch::ScopedMainQueue scoped{queue};
+        TempDir dir;
+        testsupport::makeBundle(dir, "Dropped/Sub/App.app");
+        auto reader = std::make_shared<RecordingReader>();
+        auto delegate = std::make_shared<Delegate>();
+        auto searches = std::make_shared<HeldQueue>();
+        auto watcher =
+            DirectoryWatcher::create(dir.makeDir("Trash"), reader, [] { return nullptr; });
+        watcher->setDelegate(delegate);
+        watcher->setSearchQueue(searches);
+        watcher->checkFolderForAppsWithPath(dir / "Dropped");
+        if (!keepWatcher) watcher.reset();
+        ASSERT_EQ(searches->blocks.size(), 1u);
+        std::thread(searches->blocks.front()).join();
+        queue->runUntilIdle();
+        EXPECT_EQ(delegate->added.size(), keepWatcher ? 1u : 0u);
+        EXPECT_EQ(reader->threadsReading(dir / "Dropped").empty(), !keepWatcher);
+        if (keepWatcher) {
+            EXPECT_EQ(watcher->numberOfRunningSearches(), 0u);
+        }
+    }
+}
+
+}  // namespace
