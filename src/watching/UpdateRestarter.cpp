@@ -24,7 +24,7 @@ UpdateRestarter::HandOverBlock& applicationHandOver() {
 }  // namespace
 
 UpdateRestarter& UpdateRestarter::GetInstance() {
-    // Kept for the life of the process: its watcher thread never stops.
+    // Kept for the life of the process, and so are its watches.
     static const std::shared_ptr<UpdateRestarter> instance = [] {
         const auto bundle = platform::Bundle::mainBundle();
         if (!bundle) return create(std::nullopt);
