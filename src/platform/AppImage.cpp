@@ -4,7 +4,7 @@
 #include <sqfs/compressor.h>
 #include <sqfs/data_reader.h>
 #include <sqfs/dir.h>
-#include <sqfs/dir_reader.h>
+#include <sqfs/meta_reader.h>
 #include <sqfs/error.h>
 #include <sqfs/inode.h>
 #include <sqfs/io.h>
@@ -30,6 +30,13 @@ namespace platform {
 namespace {
 
 constexpr std::string_view kLogCategory = "appimage";
+// 16 MiB of fragment entries: far more than an application's image has.
+constexpr std::uint64_t kMaxFragments = 1 << 20;
+// What an inode may say before the library allocates for it: a link target
+// of PATH_MAX, a block list of 1 MiB, a folder index of 1024 entries.
+constexpr std::uint64_t kMaxLinkTarget = 4096;
+constexpr std::uint64_t kMaxFileBlocks = 256 * 1024;
+constexpr std::uint64_t kMaxFolderIndex = 1024;
 
 // O_NONBLOCK: a FIFO put where a file was expected must not hold the open.
 UniqueFd openRegularFile(const std::string& path, std::uint64_t& size) {
@@ -61,9 +68,9 @@ bool hasTypeTwoMark(int fd, std::uint64_t fileSize) {
 }
 
 // Reads fixed-size integers of either byte order from an ELF buffer.
-class ElfFields {
+class ByteFields {
 public:
-    ElfFields(const std::uint8_t* bytes, bool bigEndian) : m_pBytes(bytes), m_bBigEndian(bigEndian) {}
+    ByteFields(const std::uint8_t* bytes, bool bigEndian) : m_pBytes(bytes), m_bBigEndian(bigEndian) {}
     std::uint64_t get(std::size_t at, std::size_t width) const {
         std::uint64_t value = 0;
         for (std::size_t i = 0; i < width; ++i) {
@@ -93,7 +100,7 @@ std::optional<std::uint64_t> elfEnd(int fd, std::uint64_t fileSize) {
     if ((elfClass != 1 && elfClass != 2) || (byteOrder != 1 && byteOrder != 2)) return std::nullopt;
     const bool is64 = elfClass == 2;
     if (is64 && fileSize < 64) return std::nullopt;
-    const ElfFields elf(header.data(), byteOrder == 2);
+    const ByteFields elf(header.data(), byteOrder == 2);
     const std::uint64_t tableOffset = is64 ? elf.get(0x28, 8) : elf.get(0x20, 4);
     const std::uint64_t entrySize = is64 ? elf.get(0x3a, 2) : elf.get(0x2e, 2);
     const std::uint64_t entryCount = is64 ? elf.get(0x3c, 2) : elf.get(0x30, 2);
@@ -109,7 +116,7 @@ std::optional<std::uint64_t> elfEnd(int fd, std::uint64_t fileSize) {
 
     constexpr std::uint64_t kNoBits = 8;  // SHT_NOBITS: takes no room in the file
     for (std::uint64_t i = 0; i < entryCount; ++i) {
-        const ElfFields section(table.data() + i * entrySize, byteOrder == 2);
+        const ByteFields section(table.data() + i * entrySize, byteOrder == 2);
         const std::uint64_t type = section.get(4, 4);
         const std::uint64_t offset = is64 ? section.get(0x18, 8) : section.get(0x10, 4);
         const std::uint64_t size = is64 ? section.get(0x20, 8) : section.get(0x14, 4);
@@ -338,6 +345,16 @@ public:
         sqfs_super_t& super = m_super;
         int error = sqfs_super_read(&super, &m_image.file);
         if (error != 0) return refuse("its image has no valid superblock", error);
+        // The library sizes its fragment table from the count before reading
+        // it: a count no image of this size could hold must not get that far.
+        const std::uint64_t fragmentIndexBytes = (super.fragment_entry_count + 511) / 512 * 8;
+        if (super.bytes_used > m_image.size ||
+            super.fragment_entry_count > std::min<std::uint64_t>(kMaxFragments, super.inode_count) ||
+            (super.fragment_entry_count > 0 &&
+             (super.fragment_table_start > super.bytes_used ||
+              fragmentIndexBytes > super.bytes_used - super.fragment_table_start)))
+            return refuse("its image's superblock does not fit the file", SQFS_ERROR_CORRUPTED);
+        m_image.size = super.bytes_used;
         sqfs_compressor_config_t config{};
         error = sqfs_compressor_config_init(
             &config, static_cast<SQFS_COMPRESSOR>(super.compression_id), super.block_size,
@@ -353,9 +370,13 @@ public:
             error = compressor->read_options(compressor, &m_image.file);
             if (error != 0) return refuse("its image's compressor options cannot be read", error);
         }
-        m_pDirectories.reset(sqfs_dir_reader_create(&super, compressor, &m_image.file, 0));
+        m_pInodes.reset(sqfs_meta_reader_create(&m_image.file, compressor, super.inode_table_start,
+                                                super.directory_table_start));
+        m_pDirectories.reset(sqfs_meta_reader_create(&m_image.file, compressor,
+                                                     super.directory_table_start, super.bytes_used));
         m_pData.reset(sqfs_data_reader_create(&m_image.file, super.block_size, compressor, 0));
-        if (!m_pDirectories || !m_pData) return refuse("out of memory", SQFS_ERROR_ALLOC);
+        if (!m_pInodes || !m_pDirectories || !m_pData)
+            return refuse("out of memory", SQFS_ERROR_ALLOC);
         error = sqfs_data_reader_load_fragment_table(m_pData.get(), &super);
         if (error != 0) return refuse("its image's fragment table cannot be read", error);
         return true;
@@ -418,11 +439,61 @@ public:
 
 private:
     Inode rootInode() {
-        sqfs_inode_generic_t* root = nullptr;
-        const int error = sqfs_dir_reader_get_root_inode(m_pDirectories.get(), &root);
-        Inode owned(root);
-        if (error != 0 || !owned || !isDirectory(*owned)) {
-            refuse("its image's root cannot be read", error != 0 ? error : SQFS_ERROR_CORRUPTED);
+        Inode root = readInode(m_super.root_inode_ref);
+        if (!root || !isDirectory(*root)) {
+            refuse("its image's root cannot be read", SQFS_ERROR_CORRUPTED);
+            return nullptr;
+        }
+        return root;
+    }
+
+    // The library sizes an inode from what the inode says (a file's block
+    // list, a link's target, a folder's index) before it reads it; those
+    // counts are looked at first, so that a forged one cannot ask for
+    // gigabytes.
+    bool inodeSizesAreSane(std::uint64_t block, std::size_t offset) {
+        std::array<std::uint8_t, 16 + 40> raw{};
+        if (sqfs_meta_reader_seek(m_pInodes.get(), m_super.inode_table_start + block, offset) != 0 ||
+            sqfs_meta_reader_read(m_pInodes.get(), raw.data(), 16) != 0)
+            return false;
+        const ByteFields fields(raw.data(), false);
+        const auto type = fields.get(0, 2);
+        const std::size_t extra = type == SQFS_INODE_SLINK || type == SQFS_INODE_EXT_SLINK ? 8
+                                  : type == SQFS_INODE_FILE                               ? 16
+                                  : type == SQFS_INODE_EXT_FILE                           ? 40
+                                  : type == SQFS_INODE_EXT_DIR                            ? 24
+                                                                                          : 0;
+        if (extra > 0 && sqfs_meta_reader_read(m_pInodes.get(), raw.data() + 16, extra) != 0)
+            return false;
+        const std::uint64_t blockSize = std::max<std::uint64_t>(m_super.block_size, 4096);
+        switch (type) {
+            case SQFS_INODE_SLINK:
+            case SQFS_INODE_EXT_SLINK:
+                return fields.get(16 + 4, 4) <= kMaxLinkTarget;
+            case SQFS_INODE_FILE:
+                return fields.get(16 + 12, 4) / blockSize <= kMaxFileBlocks;
+            case SQFS_INODE_EXT_FILE:
+                return fields.get(16 + 8, 8) / blockSize <= kMaxFileBlocks;
+            case SQFS_INODE_EXT_DIR:
+                return fields.get(16 + 16, 2) <= kMaxFolderIndex;
+            default:
+                return true;
+        }
+    }
+
+    Inode readInode(sqfs_u64 reference) {
+        const std::uint64_t block = reference >> 16;
+        const std::size_t offset = reference & 0xffff;
+        if (!inodeSizesAreSane(block, offset)) {
+            refuse("an inode of its image is damaged or too large", SQFS_ERROR_CORRUPTED);
+            return nullptr;
+        }
+        sqfs_inode_generic_t* inode = nullptr;
+        const int error =
+            sqfs_meta_reader_read_inode(m_pInodes.get(), &m_super, block, offset, &inode);
+        Inode owned(inode);
+        if (error != 0) {
+            refuse("an inode of its image cannot be read", error);
             return nullptr;
         }
         return owned;
@@ -433,11 +504,15 @@ private:
     // False when the listing fails or the entry budget runs out.
     template <typename Visit>
     bool forEachEntry(const sqfs_inode_generic_t& folder, Visit visit, Inode* found = nullptr) {
-        if (sqfs_dir_reader_open_dir(m_pDirectories.get(), &folder, 0) != 0)
+        sqfs_readdir_state_t state{};
+        if (sqfs_readdir_state_init(&state, &m_super, &folder) != 0)
             return refuse("a folder of its image cannot be read", SQFS_ERROR_CORRUPTED);
         for (;;) {
             sqfs_dir_entry_t* raw = nullptr;
-            const int error = sqfs_dir_reader_read(m_pDirectories.get(), &raw);
+            sqfs_u32 number = 0;
+            sqfs_u64 reference = 0;
+            const int error =
+                sqfs_meta_reader_readdir(m_pDirectories.get(), &state, &raw, &number, &reference);
             std::unique_ptr<sqfs_dir_entry_t, FreeMemory> entry(raw);
             if (error > 0) return true;
             if (error < 0 || !entry) return refuse("a folder of its image cannot be read", error);
@@ -452,12 +527,7 @@ private:
             if (name.find('/') != std::string_view::npos || name.find('\0') != std::string_view::npos)
                 continue;
             if (!visit(name)) {
-                if (found) {
-                    sqfs_inode_generic_t* inode = nullptr;
-                    const int inodeError = sqfs_dir_reader_get_inode(m_pDirectories.get(), &inode);
-                    found->reset(inode);
-                    if (inodeError != 0) found->reset();
-                }
+                if (found) *found = readInode(reference);
                 return true;
             }
         }
@@ -526,7 +596,8 @@ private:
     // The readers keep a pointer to it.
     sqfs_super_t m_super{};
     std::unique_ptr<sqfs_compressor_t, DestroyObject> m_pCompressor;
-    std::unique_ptr<sqfs_dir_reader_t, DestroyObject> m_pDirectories;
+    std::unique_ptr<sqfs_meta_reader_t, DestroyObject> m_pInodes;
+    std::unique_ptr<sqfs_meta_reader_t, DestroyObject> m_pDirectories;
     std::unique_ptr<sqfs_data_reader_t, DestroyObject> m_pData;
     std::size_t m_nEntriesSeen = 0;
     std::string m_sRefusal;
