@@ -53,7 +53,8 @@ struct SampleImage {
     std::uint64_t bytes = 0;
 
     SampleImage() {
-        std::string pattern = (fs::temp_directory_path() / "sweepwell-appimagebench-XXXXXX").string();
+        std::string pattern =
+            (fs::temp_directory_path() / "sweepwell-appimagebench-XXXXXX").string();
         folder = mkdtemp(pattern.data());
         const fs::path appDir = fs::path(folder) / "AppDir";
         std::mt19937_64 random(28);
@@ -70,15 +71,13 @@ struct SampleImage {
         for (int i = 0; i < kSmallFiles; ++i)
             writeFile(appDir / "usr/share/foo" / std::to_string(i % 40) / std::to_string(i),
                       randomBytes(random, 500 + i % 4000));
-        const std::string image = folder + "/image";
-        if (testsupport::makeSquashfs(appDir.string(), image, "zstd") &&
-            testsupport::writeAppImage(folder + "/Foo-x86_64.AppImage",
-                                       testsupport::sampleElf(testsupport::ElfShape{}), image)) {
-            path = folder + "/Foo-x86_64.AppImage";
+        const std::string made = folder + "/Foo-x86_64.AppImage";
+        if (testsupport::makeAppImage(appDir.string(), made,
+                                      testsupport::sampleElf(testsupport::ElfShape{}), "zstd")) {
+            path = made;
             bytes = fs::file_size(path);
         }
         fs::remove_all(appDir);
-        fs::remove(image);
     }
     ~SampleImage() { fs::remove_all(folder); }
 };

@@ -4,10 +4,10 @@
 #include <sqfs/compressor.h>
 #include <sqfs/data_reader.h>
 #include <sqfs/dir.h>
-#include <sqfs/meta_reader.h>
 #include <sqfs/error.h>
 #include <sqfs/inode.h>
 #include <sqfs/io.h>
+#include <sqfs/meta_reader.h>
 #include <sqfs/super.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -70,7 +70,8 @@ bool hasTypeTwoMark(int fd, std::uint64_t fileSize) {
 // Reads fixed-size integers of either byte order from an ELF buffer.
 class ByteFields {
 public:
-    ByteFields(const std::uint8_t* bytes, bool bigEndian) : m_pBytes(bytes), m_bBigEndian(bigEndian) {}
+    ByteFields(const std::uint8_t* bytes, bool bigEndian)
+        : m_pBytes(bytes), m_bBigEndian(bigEndian) {}
     std::uint64_t get(std::size_t at, std::size_t width) const {
         std::uint64_t value = 0;
         for (std::size_t i = 0; i < width; ++i) {
@@ -316,7 +317,8 @@ std::string componentId(std::string_view xml) {
                 std::string id = decodeEntities(xml.substr(end + 1, textEnd - end - 1));
                 const std::size_t first = id.find_first_not_of(" \t\r\n");
                 const std::size_t last = id.find_last_not_of(" \t\r\n");
-                id = first == std::string::npos ? std::string() : id.substr(first, last - first + 1);
+                id =
+                    first == std::string::npos ? std::string() : id.substr(first, last - first + 1);
                 return isAppStreamId(id) ? id : std::string();
             }
             if (!selfClosing) ++depth;
@@ -349,16 +351,17 @@ public:
         // it: a count no image of this size could hold must not get that far.
         const std::uint64_t fragmentIndexBytes = (super.fragment_entry_count + 511) / 512 * 8;
         if (super.bytes_used > m_image.size ||
-            super.fragment_entry_count > std::min<std::uint64_t>(kMaxFragments, super.inode_count) ||
+            super.fragment_entry_count >
+                std::min<std::uint64_t>(kMaxFragments, super.inode_count) ||
             (super.fragment_entry_count > 0 &&
              (super.fragment_table_start > super.bytes_used ||
               fragmentIndexBytes > super.bytes_used - super.fragment_table_start)))
             return refuse("its image's superblock does not fit the file", SQFS_ERROR_CORRUPTED);
         m_image.size = super.bytes_used;
         sqfs_compressor_config_t config{};
-        error = sqfs_compressor_config_init(
-            &config, static_cast<SQFS_COMPRESSOR>(super.compression_id), super.block_size,
-            SQFS_COMP_FLAG_UNCOMPRESS);
+        error =
+            sqfs_compressor_config_init(&config, static_cast<SQFS_COMPRESSOR>(super.compression_id),
+                                        super.block_size, SQFS_COMP_FLAG_UNCOMPRESS);
         sqfs_compressor_t* compressor = nullptr;
         if (error == 0) error = sqfs_compressor_create(&config, &compressor);
         if (error != 0)
@@ -372,8 +375,8 @@ public:
         }
         m_pInodes.reset(sqfs_meta_reader_create(&m_image.file, compressor, super.inode_table_start,
                                                 super.directory_table_start));
-        m_pDirectories.reset(sqfs_meta_reader_create(&m_image.file, compressor,
-                                                     super.directory_table_start, super.bytes_used));
+        m_pDirectories.reset(sqfs_meta_reader_create(
+            &m_image.file, compressor, super.directory_table_start, super.bytes_used));
         m_pData.reset(sqfs_data_reader_create(&m_image.file, super.block_size, compressor, 0));
         if (!m_pInodes || !m_pDirectories || !m_pData)
             return refuse("out of memory", SQFS_ERROR_ALLOC);
@@ -409,9 +412,9 @@ public:
                            " bytes");
         std::string bytes(static_cast<std::size_t>(size), '\0');
         for (std::size_t done = 0; done < bytes.size();) {
-            const sqfs_s32 got = sqfs_data_reader_read(
-                m_pData.get(), inode.get(), done, bytes.data() + done,
-                static_cast<sqfs_u32>(bytes.size() - done));
+            const sqfs_s32 got =
+                sqfs_data_reader_read(m_pData.get(), inode.get(), done, bytes.data() + done,
+                                      static_cast<sqfs_u32>(bytes.size() - done));
             if (got <= 0) {
                 refuse(std::string(what) + " cannot be read", got < 0 ? got : SQFS_ERROR_IO);
                 return std::nullopt;
@@ -453,16 +456,17 @@ private:
     // gigabytes.
     bool inodeSizesAreSane(std::uint64_t block, std::size_t offset) {
         std::array<std::uint8_t, 16 + 40> raw{};
-        if (sqfs_meta_reader_seek(m_pInodes.get(), m_super.inode_table_start + block, offset) != 0 ||
+        if (sqfs_meta_reader_seek(m_pInodes.get(), m_super.inode_table_start + block, offset) !=
+                0 ||
             sqfs_meta_reader_read(m_pInodes.get(), raw.data(), 16) != 0)
             return false;
         const ByteFields fields(raw.data(), false);
         const auto type = fields.get(0, 2);
         const std::size_t extra = type == SQFS_INODE_SLINK || type == SQFS_INODE_EXT_SLINK ? 8
-                                  : type == SQFS_INODE_FILE                               ? 16
-                                  : type == SQFS_INODE_EXT_FILE                           ? 40
-                                  : type == SQFS_INODE_EXT_DIR                            ? 24
-                                                                                          : 0;
+                                  : type == SQFS_INODE_FILE                                ? 16
+                                  : type == SQFS_INODE_EXT_FILE                            ? 40
+                                  : type == SQFS_INODE_EXT_DIR                             ? 24
+                                                                                           : 0;
         if (extra > 0 && sqfs_meta_reader_read(m_pInodes.get(), raw.data() + 16, extra) != 0)
             return false;
         const std::uint64_t blockSize = std::max<std::uint64_t>(m_super.block_size, 4096);
@@ -524,7 +528,8 @@ private:
             // The name is stored one short of its length, with no NUL.
             const std::string_view name(reinterpret_cast<const char*>(entry->name),
                                         std::size_t{entry->size} + 1);
-            if (name.find('/') != std::string_view::npos || name.find('\0') != std::string_view::npos)
+            if (name.find('/') != std::string_view::npos ||
+                name.find('\0') != std::string_view::npos)
                 continue;
             if (!visit(name)) {
                 if (found) *found = readInode(reference);
@@ -535,7 +540,8 @@ private:
 
     Inode child(const sqfs_inode_generic_t& folder, const std::string& name) {
         Inode found;
-        forEachEntry(folder, [&](std::string_view entry) { return entry != name; }, &found);
+        forEachEntry(
+            folder, [&](std::string_view entry) { return entry != name; }, &found);
         return found;
     }
 
