@@ -385,7 +385,7 @@ public:
         return true;
     }
 
-    // The names in the image's root that matter: the desktop entries (sorted)
+    // The names in the image's root that matter: the desktop entries
     // and whether there is a `.DirIcon`. False when the root cannot be listed.
     bool listRoot(std::vector<std::string>& desktopFiles, bool& hasDirIcon) {
         Inode root = rootInode();
