@@ -11,14 +11,16 @@
 
 namespace {
 
-// The reader takes a path, so each input becomes the contents of one file,
-// rewritten in place.
+// The reader takes a path, so each input becomes a file of its own for the
+// length of the call: libFuzzer ends without running destructors, so nothing
+// may stay behind once a run is over.
 struct InputFile {
     std::string path = "/tmp/sweepwell-appimage-fuzz-XXXXXX";
-    int fd = -1;
-    InputFile() {
-        fd = ::mkstemp(path.data());
-        if (fd < 0) std::abort();
+    InputFile(const std::uint8_t* data, std::size_t size) {
+        const int fd = ::mkstemp(path.data());
+        if (fd < 0 || (size > 0 && ::write(fd, data, size) != static_cast<ssize_t>(size)))
+            std::abort();
+        ::close(fd);
     }
     ~InputFile() { ::unlink(path.c_str()); }
 };
@@ -34,10 +36,7 @@ bool allowedIdCharacter(char c) {
 // is answered keeps them: an image offset inside the file, parts no larger than
 // allowed, a desktop entry name that is a name, an id of plain characters.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static InputFile file;
-    if (::ftruncate(file.fd, 0) != 0 ||
-        (size > 0 && ::pwrite(file.fd, data, size, 0) != static_cast<ssize_t>(size)))
-        std::abort();
+    const InputFile file(data, size);
 
     platform::AppImage::Limits limits;
     limits.deadline = std::chrono::milliseconds(500);
