@@ -15,8 +15,8 @@
 #include "messages/KeyedArchive.h"
 #include "messages/MessageTestSupport.h"
 #include "messages/OpenFilesRequest.h"
-#include "platform/Log.h"
 #include "support/TempDir.h"
+#include "support/Warnings.h"
 
 namespace {
 
@@ -200,18 +200,6 @@ TEST(FileMessage, TransmitReturnsOnceTheRunningHelperHasTheCommand) {
     EXPECT_FALSE(helper.wasStarted());
 }
 
-// The warnings logged while it lives.
-struct Lines {
-    std::vector<std::string> warnings;
-    platform::Log::Sink previous = platform::Log::setSink(
-        [this](platform::Log::Level level, std::string_view part, std::string_view message) {
-            if (level == platform::Log::Level::Warning) {
-                warnings.push_back(std::string(part) + ": " + std::string(message));
-            }
-        });
-    ~Lines() { platform::Log::setSink(std::move(previous)); }
-};
-
 // A refused command file is silent on screen but leaves one line saying why.
 TEST(FailureLog, EachRefusedCommandFileLeavesOneLineSayingWhy) {
     testsupport::TempDir dir;
@@ -242,12 +230,12 @@ TEST(FailureLog, EachRefusedCommandFileLeavesOneLineSayingWhy) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        Lines lines;
+        testsupport::Warnings warnings;
         const std::string path = c.make();
         EXPECT_FALSE(FileMessage::loadFromFile(path));
-        ASSERT_EQ(lines.warnings.size(), 1U);
-        EXPECT_NE(lines.warnings[0].find("commands: command file " + path), std::string::npos);
-        EXPECT_NE(lines.warnings[0].find(c.says), std::string::npos) << lines.warnings[0];
+        ASSERT_EQ(warnings.lines.size(), 1U);
+        EXPECT_NE(warnings.lines[0].find("commands: command file " + path), std::string::npos);
+        EXPECT_NE(warnings.lines[0].find(c.says), std::string::npos) << warnings.lines[0];
     }
 }
 
