@@ -9,6 +9,7 @@
 
 #include "dispatch/ManualMainQueue.h"
 #include "platform/PathUtils.h"
+#include "support/DataTable.h"
 #include "support/SampleBundle.h"
 #include "support/Warnings.h"
 #include "watching/DirectoryWatcher.h"
@@ -61,54 +62,21 @@ std::vector<std::string> searchAll(FolderAppSearch& search, const std::string& f
     return found;
 }
 
-enum class Make { Bundle, Folder, File, InfoPlist, LinkToOutside };
-
-// Reported: only stand-alone applications, wherever they lie, found without
-// looking into a bundle or a package or following a link.
+// What is reported, and why, is in the table.
 TEST(FolderAppSearch, FindsApplicationsAtAnyDepthOnlyOutsidePackagesAndLinks) {
-    struct Entry {
-        const char* path;
-        Make make;
-        bool reported;
-    };
-    const std::vector<Entry> tree = {
-        {"Top.app", Make::Bundle, true},
-        {"a/b/c/d/e/f/Deep.app", Make::Bundle, true},
-        {"a/b/Upper.APP", Make::Bundle, true},
-        {"a/b/Empty.app", Make::Folder, true},  // judged by name, as the tree judges it
-        {"Top.app/Contents/Helpers/Inner.app", Make::Bundle, false},
-        {"Kit.framework/Versions/A/Tool.app", Make::Bundle, false},
-        {"Plain/Contents/Info.plist", Make::InfoPlist, false},  // a package by its content
-        {"Plain/Hidden.app", Make::Bundle, false},
-        {"Away", Make::LinkToOutside, false},  // leads to a folder holding Far.app
-        {"Linked.app", Make::LinkToOutside, false},
-        {"Notes.app.zip", Make::File, false},
-        {"File.app", Make::File, false},
-    };
     dispatch::ScopedMainQueue scoped{std::make_shared<dispatch::ManualMainQueue>()};
     TempDir dir;
     testsupport::makeBundle(dir, "Outside/Far.app");
     std::vector<std::string> expected;
-    for (const auto& entry : tree) {
-        const std::string at = std::string("Dropped/") + entry.path;
-        switch (entry.make) {
-            case Make::Bundle:
-                testsupport::makeBundle(dir, at);
-                break;
-            case Make::Folder:
-                dir.makeDir(at);
-                break;
-            case Make::File:
-                dir.writeFile(at);
-                break;
-            case Make::InfoPlist:
-                dir.writeFile(at, "<plist><dict/></plist>");
-                break;
-            case Make::LinkToOutside:
-                dir.makeSymlink(at, dir / "Outside");
-                break;
-        }
-        if (entry.reported) expected.emplace_back(entry.path);
+    for (const auto& row : testsupport::readDataTable("FolderAppSearch/tree.tsv")) {
+        const std::string at = "Dropped/" + row.at(0);
+        const std::string& make = row.at(1);
+        if (make == "bundle") testsupport::makeBundle(dir, at);
+        if (make == "folder") dir.makeDir(at);
+        if (make == "file") dir.writeFile(at);
+        if (make == "info plist") dir.writeFile(at, "<plist><dict/></plist>");
+        if (make == "outside link") dir.makeSymlink(at, dir / "Outside");
+        if (row.at(2) == "yes") expected.push_back(row.at(0));
     }
     std::sort(expected.begin(), expected.end());
 
