@@ -132,14 +132,6 @@ private:
     std::vector<std::string> m_arrCommands;
 };
 
-bool holdsCommandFiles(const std::string& folder) {
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.path().extension() == ".msgforswhelp") return true;
-    }
-    return false;
-}
-
 // A command goes only to a running Helper that no other user could have
 // planted (one in a folder anyone may write, its script shown by "tail -f"
 // and run, is passed over), over the Helper's socket; it returns once the
@@ -186,7 +178,7 @@ TEST(FileMessage, TransmitReturnsOnceTheRunningHelperHasTheCommand) {
         sent.insert(sent.end(), {"exclude " + path, "clear"});
     }
     EXPECT_EQ(listener.commands(), sent);
-    EXPECT_FALSE(holdsCommandFiles(environment.messageFolder));
+    EXPECT_TRUE(std::filesystem::is_empty(environment.messageFolder));
 
     listener.answers = false;
     EXPECT_FALSE(clear()->transmit());
@@ -195,7 +187,7 @@ TEST(FileMessage, TransmitReturnsOnceTheRunningHelperHasTheCommand) {
     // A running Helper that does not listen (yet): nothing is left for it.
     environment.helperSocket = dir / "nobody.sock";
     EXPECT_FALSE(exclude("/Applications/Gone.app")->transmit());
-    EXPECT_FALSE(holdsCommandFiles(environment.messageFolder));
+    EXPECT_TRUE(std::filesystem::is_empty(environment.messageFolder));
     EXPECT_FALSE(planted.wasStarted());
     EXPECT_FALSE(helper.wasStarted());
 }
