@@ -15,8 +15,8 @@
 #include "messages/KeyedArchive.h"
 #include "messages/MessageTestSupport.h"
 #include "messages/OpenFilesRequest.h"
-#include "platform/Log.h"
 #include "support/TempDir.h"
+#include "support/Warnings.h"
 
 namespace {
 
@@ -132,14 +132,6 @@ private:
     std::vector<std::string> m_arrCommands;
 };
 
-bool holdsCommandFiles(const std::string& folder) {
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.path().extension() == ".msgforswhelp") return true;
-    }
-    return false;
-}
-
 // A command goes only to a running Helper that no other user could have
 // planted (one in a folder anyone may write, its script shown by "tail -f"
 // and run, is passed over), over the Helper's socket; it returns once the
@@ -186,7 +178,7 @@ TEST(FileMessage, TransmitReturnsOnceTheRunningHelperHasTheCommand) {
         sent.insert(sent.end(), {"exclude " + path, "clear"});
     }
     EXPECT_EQ(listener.commands(), sent);
-    EXPECT_FALSE(holdsCommandFiles(environment.messageFolder));
+    EXPECT_TRUE(std::filesystem::is_empty(environment.messageFolder));
 
     listener.answers = false;
     EXPECT_FALSE(clear()->transmit());
@@ -195,22 +187,10 @@ TEST(FileMessage, TransmitReturnsOnceTheRunningHelperHasTheCommand) {
     // A running Helper that does not listen (yet): nothing is left for it.
     environment.helperSocket = dir / "nobody.sock";
     EXPECT_FALSE(exclude("/Applications/Gone.app")->transmit());
-    EXPECT_FALSE(holdsCommandFiles(environment.messageFolder));
+    EXPECT_TRUE(std::filesystem::is_empty(environment.messageFolder));
     EXPECT_FALSE(planted.wasStarted());
     EXPECT_FALSE(helper.wasStarted());
 }
-
-// The warnings logged while it lives.
-struct Lines {
-    std::vector<std::string> warnings;
-    platform::Log::Sink previous = platform::Log::setSink(
-        [this](platform::Log::Level level, std::string_view part, std::string_view message) {
-            if (level == platform::Log::Level::Warning) {
-                warnings.push_back(std::string(part) + ": " + std::string(message));
-            }
-        });
-    ~Lines() { platform::Log::setSink(std::move(previous)); }
-};
 
 // A refused command file is silent on screen but leaves one line saying why.
 TEST(FailureLog, EachRefusedCommandFileLeavesOneLineSayingWhy) {
@@ -242,12 +222,12 @@ TEST(FailureLog, EachRefusedCommandFileLeavesOneLineSayingWhy) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        Lines lines;
+        testsupport::Warnings warnings;
         const std::string path = c.make();
         EXPECT_FALSE(FileMessage::loadFromFile(path));
-        ASSERT_EQ(lines.warnings.size(), 1U);
-        EXPECT_NE(lines.warnings[0].find("commands: command file " + path), std::string::npos);
-        EXPECT_NE(lines.warnings[0].find(c.says), std::string::npos) << lines.warnings[0];
+        ASSERT_EQ(warnings.lines.size(), 1U);
+        EXPECT_NE(warnings.lines[0].find("commands: command file " + path), std::string::npos);
+        EXPECT_NE(warnings.lines[0].find(c.says), std::string::npos) << warnings.lines[0];
     }
 }
 

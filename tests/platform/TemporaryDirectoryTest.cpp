@@ -57,7 +57,6 @@ TEST(TemporaryDirectory, RuntimeFolderIsTakenOnlyWhenItIsPrivateAndOurs) {
         {"private folder", good, true},
         {"private folder with trailing slash", good + "//", true},
         {"readable by others", folderWithMode(dir, "loose", 0755), false},
-        {"shared with the group", folderWithMode(dir, "group", 0770), false},
         {"extra mode bits", folderWithMode(dir, "sticky", 01700), false},
         {"link to a private folder", dir.makeSymlink("link", good), false},
         {"regular file", file, false},
@@ -73,6 +72,14 @@ TEST(TemporaryDirectory, RuntimeFolderIsTakenOnlyWhenItIsPrivateAndOurs) {
             << row.what;
     }
     EXPECT_EQ(entryAt(ownFolderIn(base)), kPrivateFolder);
+
+    // Every folder this process makes belongs to its own user, so nothing can
+    // be made for another one; nor without a shared folder.
+    const std::string other = dir.makeDir("other");
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", other, ::getuid() + 1), "");
+    EXPECT_TRUE(std::filesystem::is_empty(other)) << "refused folders are cleaned up";
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", dir / "missing", ::getuid()), "");
+    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", "", ::getuid()), "");
 }
 
 // Another user may make our usual name in the shared folder first. The
@@ -159,17 +166,6 @@ TEST(TemporaryDirectory, TheHomeFolderIsUsedOnlyWhenItsCacheIsOurs) {
                   row.used ? home / ".cache/sweepwell-helper/" : ownFolderIn(shared.path()) + "/")
             << row.what;
     }
-}
-
-TEST(TemporaryDirectory, NothingIsAnsweredWhenNoSafeFolderCanBeHad) {
-    TempDir dir;
-    const std::string base = dir.makeDir("base");
-    // Every folder this process makes belongs to its own user, never to
-    // another one, so nothing can be made for another user.
-    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", base, ::getuid() + 1), "");
-    EXPECT_TRUE(std::filesystem::is_empty(base)) << "refused folders are cleaned up";
-    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", dir / "missing", ::getuid()), "");
-    EXPECT_EQ(privateTemporaryDirectory(std::nullopt, "", "", ::getuid()), "");
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <functional>
 #include <regex>
 
 #include "platform/TrashInfo.h"
@@ -16,21 +15,9 @@ namespace {
 
 using platform::TrashInfo;
 using platform::TrashWriter;
+using testsupport::exists;
+using testsupport::modeOf;
 using testsupport::readFile;
-
-std::string lastComponent(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
-bool exists(const std::string& path) {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0;
-}
-
-unsigned modeOf(const std::string& path) {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
 
 // Every "Path=" line of a record, one after the other.
 std::string pathLines(const std::string& record) {
@@ -107,7 +94,7 @@ TEST(TrashWriter, KeepsASecondItemOfOneNameUnderTheNextFreeName) {
             const std::string path = place.writeFile(std::string(folder) + "/" + row.name, folder);
             const auto result = writer.moveToTrash(path);
             ASSERT_TRUE(result.moved) << result.why;
-            EXPECT_EQ(lastComponent(result.where), stored);
+            EXPECT_EQ(result.where, trash + "/files/" + stored);
             EXPECT_EQ(readFile(result.where), folder);
             const auto info = TrashInfo::readForItem(trash, stored);
             ASSERT_TRUE(info);
@@ -123,66 +110,24 @@ TEST(TrashWriter, KeepsASecondItemOfOneNameUnderTheNextFreeName) {
 // Whatever stands in the way, the entry stays where it was, nothing lands
 // anywhere else and no record is left behind.
 TEST(TrashWriter, RefusesAnUnsafeOrMissingTrashAndLeavesEverythingInPlace) {
-    const std::string unsafe = "the Trash folder is a link or not only yours";
-    const std::string noTrash = "there is no Trash folder for it";
-    const struct {
-        const char* what;
-        std::function<void(const testsupport::TempDir&)> setUp;
-        bool hasHomeTrash;
-        std::string entry, why;
-        bool asRootOnly;
-    } rows[] = {
-        {"no data folder", {}, false, "home/Library/Caches/x", noTrash, false},
-        {"the data folder is a file",
-         [](const auto& place) { place.writeFile("home/.local/share", "not a folder"); }, true,
-         "home/Library/Caches/x", noTrash, false},
-        {"the Trash is a link",
-         [](const auto& place) {
-             place.makeSymlink("home/.local/share/Trash", place / "elsewhere");
-         },
-         true, "home/Library/Caches/x", unsafe, false},
-        {"files is a link",
-         [](const auto& place) {
-             place.makeSymlink("home/.local/share/Trash/files", place / "elsewhere");
-         },
-         true, "home/Library/Caches/x", unsafe, false},
-        {"info is a link",
-         [](const auto& place) {
-             place.makeSymlink("home/.local/share/Trash/info", place / "elsewhere");
-         },
-         true, "home/Library/Caches/x", unsafe, false},
-        {"files may be written by others",
-         [](const auto& place) {
-             ::chmod(place.makeDir("home/.local/share/Trash/files").c_str(), 0777);
-         },
-         true, "home/Library/Caches/x", unsafe, false},
-        {"info is another user's",
-         [](const auto& place) {
-             (void)::chown(place.makeDir("home/.local/share/Trash/info").c_str(), 65534, 65534);
-         },
-         true, "home/Library/Caches/x", unsafe, true},
-        {"a relative path",
-         {},
-         true,
-         "home/Library/Caches/../Caches/x",
-         "it is not a plain path",
-         false},
-        {"the Trash itself", [](const auto& place) { place.makeDir("home/.local/share/Trash"); },
-         true, "home/.local/share/Trash", "it could not be moved: Invalid argument", false},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        if (row.asRootOnly && ::geteuid() != 0) continue;
+    for (const auto& row : testsupport::readDataTable("TrashWriter/refusals.tsv")) {
+        SCOPED_TRACE(testsupport::describeRow(row));
+        const std::string& plant = row.at(1);
+        if (plant == "others" && ::geteuid() != 0) continue;
         testsupport::TempDir place;
         place.makeDir("elsewhere");
         place.writeFile("home/Library/Caches/x", "x");
-        if (row.setUp) row.setUp(place);
+        if (plant == "file") place.writeFile(row.at(2), "not a folder");
+        if (plant == "link") place.makeSymlink(row.at(2), place / "elsewhere");
+        if (plant == "folder") place.makeDir(row.at(2));
+        if (plant == "open") ::chmod(place.makeDir(row.at(2)).c_str(), 0777);
+        if (plant == "others") (void)::chown(place.makeDir(row.at(2)).c_str(), 65534, 65534);
         const std::string trash = place / "home/.local/share/Trash";
-        const TrashWriter writer(row.hasHomeTrash ? std::optional(trash) : std::nullopt, {},
+        const TrashWriter writer(plant == "no home" ? std::nullopt : std::optional(trash), {},
                                  ::geteuid());
-        const auto result = writer.moveToTrash(place / row.entry);
+        const auto result = writer.moveToTrash(place / row.at(3));
         EXPECT_FALSE(result.moved);
-        EXPECT_EQ(result.why, row.why);
+        EXPECT_EQ(result.why, row.at(4));
         EXPECT_EQ(readFile(place / "home/Library/Caches/x"), "x");
         EXPECT_TRUE(::rmdir((place / "elsewhere").c_str()) == 0) << "something went elsewhere";
         EXPECT_FALSE(exists(trash + "/files/x"));

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "platform/PropertyList.h"
 #include "platform/UserDefaults.h"
@@ -12,11 +11,7 @@ using platform::PlistValue;
 namespace {
 
 using platform::UserDefaults;
-
-unsigned modeOf(const std::string& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
-}
+using testsupport::modeOf;
 
 TEST(UserDefaults, ASecondInstanceSeesWhatTheFirstWrote) {
     testsupport::TempDir dir;

@@ -20,16 +20,26 @@ std::string uniqueId(const std::string& stem) {
     return "com.example." + stem + "-" + std::to_string(::getpid());
 }
 
+// Only the interpreter the script's "#!" line names, started on that script,
+// runs it; a program that merely has the script on its command line does not.
 TEST(Workspace, FindsRunningScriptApplicationsOfThisUserByIdentifier) {
     testsupport::TempDir dir;
     const std::string id = uniqueId("Running");
     const auto app = SampleApplication::make(dir, "Running.app", id);
     const auto other = SampleApplication::make(dir, "Other.app", uniqueId("Other"));
-    RunningSample first(app.executablePath), second(app.executablePath);
+    // A second script in the bundle that its Info.plist does not name.
+    const std::string stray =
+        dir.writeFile("Running.app/Contents/MacOS/Stray", "#!/bin/sh\nwhile :; do sleep 1; done\n");
+    ::chmod(stray.c_str(), 0755);
+    RunningSample reader("/usr/bin/tail", {"-f", app.executablePath}), unnamed(stray);
     RunningSample unrelated(other.executablePath);
+    ASSERT_GT(reader.pid(), 0);
+    ASSERT_GT(unnamed.pid(), 0);
+    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier(id).empty());
+
+    RunningSample first(app.executablePath), second(app.executablePath);
     ASSERT_GT(first.pid(), 0);
     ASSERT_GT(second.pid(), 0);
-
     const auto running = Workspace::runningApplicationsWithBundleIdentifier(id);
     ASSERT_EQ(running.size(), 2u);
     EXPECT_EQ(running[0].processIdentifier, std::min(first.pid(), second.pid()));
@@ -42,28 +52,6 @@ TEST(Workspace, FindsRunningScriptApplicationsOfThisUserByIdentifier) {
                     .empty());
     EXPECT_TRUE(
         Workspace::runningApplicationsWithBundleIdentifier(id, "/proc", ::getuid() + 1).empty());
-}
-
-// Only the interpreter the script's "#!" line names, started on that script,
-// runs it; a program that merely has the script on its command line does not.
-TEST(Workspace, AScriptIsRunningOnlyUnderItsOwnInterpreter) {
-    testsupport::TempDir dir;
-    const std::string id = uniqueId("Named");
-    const auto app = SampleApplication::make(dir, "Named.app", id);
-    // A second script in the bundle that its Info.plist does not name.
-    const std::string stray =
-        dir.writeFile("Named.app/Contents/MacOS/Stray", "#!/bin/sh\nwhile :; do sleep 1; done\n");
-    ::chmod(stray.c_str(), 0755);
-    RunningSample reader("/usr/bin/tail", {"-f", app.executablePath});
-    RunningSample unnamed(stray);
-    ASSERT_GT(reader.pid(), 0);
-    ASSERT_GT(unnamed.pid(), 0);
-    EXPECT_TRUE(Workspace::runningApplicationsWithBundleIdentifier(id).empty());
-
-    RunningSample real(app.executablePath);
-    const auto running = Workspace::runningApplicationsWithBundleIdentifier(id);
-    ASSERT_EQ(running.size(), 1u);
-    EXPECT_EQ(running[0].processIdentifier, real.pid());
 }
 
 // An upgrade renames a new executable over the one a process runs: until the

@@ -67,4 +67,14 @@ std::string readFile(const std::string& path) {
     return out.str();
 }
 
+bool exists(const std::string& path) {
+    struct stat info {};
+    return ::lstat(path.c_str(), &info) == 0;
+}
+
+unsigned modeOf(const std::string& path) {
+    struct stat info {};
+    return ::lstat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
+}
+
 }  // namespace testsupport

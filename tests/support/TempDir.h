@@ -35,4 +35,10 @@ private:
 // Reads a whole file; empty when it cannot be read.
 std::string readFile(const std::string& path);
 
+// Whether anything, a dangling link too, stands at the path.
+bool exists(const std::string& path);
+// The permission bits of the entry itself (a link is not followed); 0 when
+// there is none.
+unsigned modeOf(const std::string& path);
+
 }  // namespace testsupport

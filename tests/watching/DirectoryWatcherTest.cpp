@@ -139,9 +139,8 @@ TEST(AppsInTrashWatcher, ALinkedTrashOrOneHoldingInfoPlistIsWatched) {
         testsupport::makeBundle(dir, "New.app");
         const auto moved = loop->now();
         std::rename((dir / "New.app").c_str(), (folder + "/New.app").c_str());
-        ASSERT_TRUE(loop->runUntil([&] { return !reports->got.empty(); }, 6s));
+        ASSERT_TRUE(loop->runUntil([&] { return !reports->got.empty(); }, testsupport::kPatience));
         EXPECT_GE(loop->now() - moved, DirectoryWatcher::kUpdateDelay);
-        EXPECT_LT(loop->now() - moved, 5s);
         EXPECT_EQ(reports->got.begin()->first, "New.app");
     }
 }

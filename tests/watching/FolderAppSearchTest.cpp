@@ -8,9 +8,10 @@
 #include <vector>
 
 #include "dispatch/ManualMainQueue.h"
-#include "platform/Log.h"
 #include "platform/PathUtils.h"
+#include "support/DataTable.h"
 #include "support/SampleBundle.h"
+#include "support/Warnings.h"
 #include "watching/DirectoryWatcher.h"
 #include "watching/FolderAppSearch.h"
 #include "watching/WatchingTestSupport.h"
@@ -51,16 +52,6 @@ private:
     mutable std::vector<std::pair<std::string, std::thread::id>> m_arrReads;
 };
 
-// The warnings logged while it lives.
-struct Warnings {
-    std::vector<std::string> lines;
-    platform::Log::Sink previous = platform::Log::setSink(
-        [this](platform::Log::Level level, std::string_view, std::string_view message) {
-            if (level == platform::Log::Level::Warning) lines.emplace_back(message);
-        });
-    ~Warnings() { platform::Log::setSink(std::move(previous)); }
-};
-
 std::vector<std::string> searchAll(FolderAppSearch& search, const std::string& folder,
                                    FolderAppSearch::End* end = nullptr) {
     std::vector<std::string> found;
@@ -71,54 +62,21 @@ std::vector<std::string> searchAll(FolderAppSearch& search, const std::string& f
     return found;
 }
 
-enum class Make { Bundle, Folder, File, InfoPlist, LinkToOutside };
-
-// Reported: only stand-alone applications, wherever they lie, found without
-// looking into a bundle or a package or following a link.
+// What is reported, and why, is in the table.
 TEST(FolderAppSearch, FindsApplicationsAtAnyDepthOnlyOutsidePackagesAndLinks) {
-    struct Entry {
-        const char* path;
-        Make make;
-        bool reported;
-    };
-    const std::vector<Entry> tree = {
-        {"Top.app", Make::Bundle, true},
-        {"a/b/c/d/e/f/Deep.app", Make::Bundle, true},
-        {"a/b/Upper.APP", Make::Bundle, true},
-        {"a/b/Empty.app", Make::Folder, true},  // judged by name, as the tree judges it
-        {"Top.app/Contents/Helpers/Inner.app", Make::Bundle, false},
-        {"Kit.framework/Versions/A/Tool.app", Make::Bundle, false},
-        {"Plain/Contents/Info.plist", Make::InfoPlist, false},  // a package by its content
-        {"Plain/Hidden.app", Make::Bundle, false},
-        {"Away", Make::LinkToOutside, false},  // leads to a folder holding Far.app
-        {"Linked.app", Make::LinkToOutside, false},
-        {"Notes.app.zip", Make::File, false},
-        {"File.app", Make::File, false},
-    };
     dispatch::ScopedMainQueue scoped{std::make_shared<dispatch::ManualMainQueue>()};
     TempDir dir;
     testsupport::makeBundle(dir, "Outside/Far.app");
     std::vector<std::string> expected;
-    for (const auto& entry : tree) {
-        const std::string at = std::string("Dropped/") + entry.path;
-        switch (entry.make) {
-            case Make::Bundle:
-                testsupport::makeBundle(dir, at);
-                break;
-            case Make::Folder:
-                dir.makeDir(at);
-                break;
-            case Make::File:
-                dir.writeFile(at);
-                break;
-            case Make::InfoPlist:
-                dir.writeFile(at, "<plist><dict/></plist>");
-                break;
-            case Make::LinkToOutside:
-                dir.makeSymlink(at, dir / "Outside");
-                break;
-        }
-        if (entry.reported) expected.emplace_back(entry.path);
+    for (const auto& row : testsupport::readDataTable("FolderAppSearch/tree.tsv")) {
+        const std::string at = "Dropped/" + row.at(0);
+        const std::string& make = row.at(1);
+        if (make == "bundle") testsupport::makeBundle(dir, at);
+        if (make == "folder") dir.makeDir(at);
+        if (make == "file") dir.writeFile(at);
+        if (make == "info plist") dir.writeFile(at, "<plist><dict/></plist>");
+        if (make == "outside link") dir.makeSymlink(at, dir / "Outside");
+        if (row.at(2) == "yes") expected.push_back(row.at(0));
     }
     std::sort(expected.begin(), expected.end());
 
@@ -139,7 +97,7 @@ TEST(FolderAppSearch, FindsApplicationsAtAnyDepthOnlyOutsidePackagesAndLinks) {
 }
 
 // Past either budget the rest of the folder is not searched, and one line
-// says so.
+// says so (a search within them is the test above).
 TEST(FolderAppSearch, StopsAtTheBudgetOfEntriesOrTimeAndSaysSo) {
     dispatch::ScopedMainQueue scoped{std::make_shared<dispatch::ManualMainQueue>()};
     TempDir dir;
@@ -147,42 +105,34 @@ TEST(FolderAppSearch, StopsAtTheBudgetOfEntriesOrTimeAndSaysSo) {
     testsupport::makeBundle(dir, "Dropped/Sub/a/b/Late.app");
     const std::string folder = dir / "Dropped";
 
-    // A clock that moves one second at each reading.
-    const auto stepping = [] {
-        return [now = std::chrono::steady_clock::time_point{}]() mutable { return now += 1s; };
-    };
     struct Case {
         const char* what;
         FolderAppSearch::Limits limits;
         FolderAppSearch::End end;
     };
     const std::vector<Case> cases = {
-        {"generous",
-         {.maxEntries = 1000, .maxDuration = 5s, .clock = stepping()},
-         FolderAppSearch::End::Searched},
         {"entries",
          {.maxEntries = 10, .maxDuration = 1h, .clock = {}},
          FolderAppSearch::End::EntryBudget},
-        // Readings at the start and at each folder: Dropped, Sub, a.
+        // A clock that moves one second at each reading: at the start and at
+        // each folder (Dropped, Sub, a).
         {"time",
-         {.maxEntries = 1000, .maxDuration = 3s, .clock = stepping()},
+         {.maxEntries = 1000,
+          .maxDuration = 3s,
+          .clock = [now = std::chrono::steady_clock::time_point{}]() mutable { return now += 1s; }},
          FolderAppSearch::End::TimeBudget},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        Warnings warnings;
+        testsupport::Warnings warnings;
         FolderAppSearch search(folder, platform::DirectoryReader::disk(), c.limits);
         FolderAppSearch::End end{};
         const auto found = searchAll(search, folder, &end);
         EXPECT_EQ(end, c.end);
-        if (c.end == FolderAppSearch::End::Searched) {
-            EXPECT_EQ(found, std::vector<std::string>{"Sub/a/b/Late.app"});
-            EXPECT_TRUE(warnings.lines.empty());
-            continue;
-        }
         EXPECT_TRUE(found.empty());
         ASSERT_EQ(warnings.lines.size(), 1u);
-        EXPECT_TRUE(warnings.lines[0].starts_with(folder + ": ")) << warnings.lines[0];
+        EXPECT_TRUE(warnings.lines[0].starts_with("watching: " + folder + ": "))
+            << warnings.lines[0];
         EXPECT_NE(warnings.lines[0].find("the rest is not searched"), std::string::npos);
         if (c.end == FolderAppSearch::End::EntryBudget) {
             EXPECT_NE(warnings.lines[0].find(" 10 entries"), std::string::npos);
@@ -219,28 +169,19 @@ TEST(FolderAppSearch, RunsOffTheMainThreadAndReportsOnIt) {
                                                    : platform::PathUtils::lastPathComponent(path);
     });
 
-    struct Case {
-        std::string folder;
-        std::string reported;
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {dir / "Dropped", {dir / "Dropped/x/y/z/Deep.app"}},
+        {watched, {dir / "Trash/Notes.app (1)", dir / "Trash/Tools (2)/Kit/Helper.app"}},
     };
-    const std::vector<Case> cases = {
-        {dir / "Dropped", dir / "Dropped/x/y/z/Deep.app"},
-        {watched, dir / "Trash/Notes.app (1)"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.folder);
+    for (const auto& [folder, reported] : cases) {
+        SCOPED_TRACE(folder);
         delegate->added.clear();
-        watcher->checkFolderForAppsWithPath(c.folder);
+        watcher->checkFolderForAppsWithPath(folder);
         EXPECT_EQ(watcher->numberOfRunningSearches(), 1u);
         ASSERT_TRUE(watchingtest::searchesEnded(*queue, *watcher));
+        std::vector<std::pair<std::string, std::thread::id>> expected;
+        for (const auto& path : reported) expected.emplace_back(path, std::this_thread::get_id());
         std::sort(delegate->added.begin(), delegate->added.end());
-        std::vector<std::pair<std::string, std::thread::id>> expected{
-            {c.reported, std::this_thread::get_id()}};
-        if (c.folder == watched) {
-            expected.emplace_back(dir / "Trash/Tools (2)/Kit/Helper.app",
-                                  std::this_thread::get_id());
-        }
-        std::sort(expected.begin(), expected.end());
         EXPECT_EQ(delegate->added, expected);
     }
     EXPECT_EQ(namingThreads, std::set{std::this_thread::get_id()});

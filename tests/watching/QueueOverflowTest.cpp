@@ -109,7 +109,7 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
 
     // Hold the watcher thread in the delivery of one event.
     ASSERT_EQ(::chmod(blocker.c_str(), 0600), 0);
-    ASSERT_TRUE(gated->waitUntilASenderIsHeld(5s));
+    ASSERT_TRUE(gated->waitUntilASenderIsHeld(testsupport::kPatience));
 
     // Two events per rename; far more than the queue holds.
     for (long i = 0; i < maxQueued; ++i) {
@@ -122,7 +122,7 @@ TEST(FileEventQueue, AnOverflowingKernelQueueMakesEveryWatchedFolderReRead) {
     ASSERT_EQ(std::rename((dir / "Late.app").c_str(), (trash + "/Late.app").c_str()), 0);
 
     gated->open();
-    EXPECT_TRUE(loop->runUntil([&] { return !heard->apps.empty(); }, 8s));
+    EXPECT_TRUE(loop->runUntil([&] { return !heard->apps.empty(); }, testsupport::kPatience));
     EXPECT_EQ(heard->apps, std::vector<std::string>{trash + "/Late.app"});
     EXPECT_TRUE(heard->events.count({trash, FileEventQueueFileWrittenToNotification}));
     EXPECT_TRUE(heard->events.count({quiet, FileEventQueueFileWrittenToNotification}));

@@ -87,10 +87,9 @@ TEST(UpdateRestarter, AnExecutableReplacedByRenameHandsOverOnce) {
         int handOvers;
     };
     const std::vector<Step> steps = {
-        {"another file written beside it",
-         [&] { dir.writeFile("Helper.app/Contents/MacOS/Other"); }, 0},
-        {"the executable written in place",
+        {"another file written beside it, the executable written in place",
          [&] {
+             dir.writeFile("Helper.app/Contents/MacOS/Other");
              std::ofstream(executable, std::ios::app) << "more";
              ::unlink((dir / "Helper.app/Contents/MacOS/Other").c_str());
          },
