@@ -15,12 +15,14 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
+constexpr int kPatienceMs = std::chrono::milliseconds(testsupport::kPatience).count();
+
 // Runs the event loop until `done` or a deadline, so that the agent side
 // can serve a client on another thread.
 bool spinUntil(const std::function<bool()>& done) {
     QElapsedTimer clock;
     clock.start();
-    while (!done() && clock.elapsed() < 5000) {
+    while (!done() && clock.elapsed() < kPatienceMs) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     }
     return done();
@@ -97,8 +99,8 @@ TEST_F(OpenFileChannelTest, AnAgentTooBusyToAnswerIsNotReplaced) {
     // The busy agent still owns the socket: a later start reaches it.
     QLocalSocket client;
     client.connectToServer(QString::fromStdString(socket));
-    EXPECT_TRUE(client.waitForConnected(1000));
-    EXPECT_TRUE(busy.waitForNewConnection(1000));
+    EXPECT_TRUE(client.waitForConnected(kPatienceMs));
+    EXPECT_TRUE(busy.waitForNewConnection(kPatienceMs));
 }
 
 TEST_F(OpenFileChannelTest, OversizedMessagesAreCutOff) {
@@ -107,7 +109,7 @@ TEST_F(OpenFileChannelTest, OversizedMessagesAreCutOff) {
     ASSERT_TRUE(agent.listen([&](Paths) { called = true; }));
     QLocalSocket client;
     client.connectToServer(QString::fromStdString(socket));
-    ASSERT_TRUE(client.waitForConnected(1000));
+    ASSERT_TRUE(client.waitForConnected(kPatienceMs));
     const std::uint32_t tooLong = OpenFileChannel::kMaxMessageBytes + 1;
     QByteArray header(4, '\0');
     for (int i = 0; i < 4; ++i) header[i] = static_cast<char>((tooLong >> (8 * i)) & 0xff);

