@@ -6,6 +6,7 @@ cases=(
   demo_road_in_german
   apps_trashed_together_share_one_window
   app_inside_a_trashed_folder
+  app_deep_inside_a_trashed_folder
   copy_still_installed_stays_silent
   exclude_then_clear
   exclude_and_clear_arrive_in_order
