@@ -24,6 +24,7 @@
 
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
+#include "platform/XmlTag.h"
 
 namespace platform {
 
@@ -239,23 +240,6 @@ AppImage::IconType iconTypeOf(const std::vector<std::uint8_t>& bytes) {
     return AppImage::IconType::Unknown;
 }
 
-// The end of the tag that starts at `from` ('<'), quotes in attributes kept
-// together; npos when the text ends first.
-std::size_t tagEnd(std::string_view xml, std::size_t from) {
-    char quote = 0;
-    for (std::size_t i = from + 1; i < xml.size(); ++i) {
-        const char c = xml[i];
-        if (quote) {
-            if (c == quote) quote = 0;
-        } else if (c == '"' || c == '\'') {
-            quote = c;
-        } else if (c == '>') {
-            return i;
-        }
-    }
-    return std::string_view::npos;
-}
-
 std::string decodeEntities(std::string_view text) {
     static constexpr std::array<std::pair<std::string_view, char>, 5> kEntities{
         {{"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}}};
@@ -299,12 +283,12 @@ std::string componentId(std::string_view xml) {
             end = xml.find("]]>", at + 9);
             if (end != std::string_view::npos) end += 2;
         } else if (rest.substr(0, 2) == "<?" || rest.substr(0, 2) == "<!") {
-            end = tagEnd(xml, at);
+            end = xmlTagEnd(xml, at);
         } else if (rest.substr(0, 2) == "</") {
-            end = tagEnd(xml, at);
+            end = xmlTagEnd(xml, at);
             if (--depth < 0) return {};
         } else {
-            end = tagEnd(xml, at);
+            end = xmlTagEnd(xml, at);
             if (end == std::string_view::npos) return {};
             const std::string_view tag = xml.substr(at + 1, end - at - 1);
             const std::string_view name = tag.substr(0, tag.find_first_of(" \t\r\n/"));

@@ -19,6 +19,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
 #include "platform/Utf8.h"
+#include "platform/XmlTag.h"
 
 namespace platform::PropertyList {
 
@@ -263,22 +264,11 @@ bool xmlIsBounded(std::string_view text) {
                                           std::to_string(kMaxObjects) + " values; read as nothing");
                 return false;
             }
-            char quote = 0;
-            char previous = 0;
-            for (++at; at < text.size(); ++at) {
-                const char c = text[at];
-                if (quote) {
-                    if (c == quote) quote = 0;
-                } else if (c == '"' || c == '\'') {
-                    quote = c;
-                } else if (c == '>') {
-                    break;
-                }
-                previous = c;
-            }
-            if (at >= text.size()) break;
-            ++at;
-            if (previous != '/' && ++depth > kMaxElementDepth) return false;
+            const std::size_t end = xmlTagEnd(text, at);
+            if (end == std::string_view::npos) break;
+            const bool selfClosing = end > at + 1 && text[end - 1] == '/';
+            at = end + 1;
+            if (!selfClosing && ++depth > kMaxElementDepth) return false;
         }
     }
     return true;
